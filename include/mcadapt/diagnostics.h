@@ -1,0 +1,58 @@
+/**
+ * @file
+ * Log masks, configuration dumps and the accessors of the records.
+ *
+ * Called on any management thread. The dumps read the records while other threads may change them.
+ */
+#ifndef MCADAPT_DIAGNOSTICS_H
+#define MCADAPT_DIAGNOSTICS_H
+
+#include <stdint.h>
+
+#include "mcadapt/api.h"
+#include "mcadapt/records.h"
+
+MCADAPT_BEGIN_DECLS
+
+/** Bits of `mc_debug` and `mld_debug`. */
+#define MC_DEBUG_TRACE 0x01u   /**< Traces of frames and of some operations. */
+#define MC_DEBUG_ERROR 0x04u   /**< Errors. */
+#define MC_DEBUG_TX_DUMP 0x08u /**< Hex dump of every frame sent. */
+#define MC_DEBUG_RX_DUMP 0x10u /**< Hex dump of every frame received. */
+#define MC_DEBUG_CONFIG 0x20u  /**< Entry traces of configuration and query operations. */
+
+/**
+ * Changes bits of `mc_debug` and prints the new mask.
+ * @param mask  The bits.
+ * @param on    0 clears them. Otherwise they are toggled together: all cleared if any of them is set, else all set.
+ * @return The new mask.
+ */
+MCADAPT_API uint32_t mc_set_debug(uint32_t mask, uint32_t on);
+
+/** As `mc_set_debug`, for `mld_debug`; prints nothing. */
+MCADAPT_API uint32_t mld_adapt_set_debug(uint32_t mask, uint32_t on);
+
+/** Prints the whole IGMP configuration to standard output, whatever the masks hold. */
+MCADAPT_API void debugPrint(void);
+
+/** Prints the whole MLD configuration to standard output, whatever the masks hold. */
+MCADAPT_API void mldPrint(void);
+
+/** @return The address of `globle_parm`. */
+MCADAPT_API igmpGlobleParm *getIgmpGlobleParmeter(void);
+
+/** @return The address of the two rule counts `setVlanCfgNumber`. */
+MCADAPT_API int32_t *getPortVlanConfigNumber(void);
+
+/** @return `setVlanNumber`, 0 to 16. */
+MCADAPT_API int32_t getTemplateVlanNumber(void);
+
+/** @return `setVlanNumber` of `mldInitParams`, 0 to 16. */
+MCADAPT_API int32_t getmldTemplateVlanNumber(void);
+
+/** @return The address of the two MLD rule counts `mldSetVlanCfgNumber`. */
+MCADAPT_API int32_t *mldgetPortVlanConfigNumber(void);
+
+MCADAPT_END_DECLS
+
+#endif
