@@ -1,0 +1,96 @@
+#include "core/start_state.h"
+
+#include <cstdlib>
+
+#include "core/counts.h"
+#include "core/log.h"
+#include "mcadapt/omci.h"
+#include "mcadapt/startup.h"
+#include "platform/protocol_engine.h"
+
+namespace mcadapt {
+
+void clear_rule_row(RuleRow &row)
+{
+    for (vlanCfgNode &rule : row)
+        rule = kEmptyRule;
+}
+
+void clear_template_list()
+{
+    for (uint16_t &vlan : PortVlan)
+        vlan = 0;
+    setVlanNumber = 0;
+}
+
+void set_start_ports()
+{
+    for (int port = 0; port < MC_LOGIC_PORTS; ++port)
+        portState[port] = kStartPorts[port];
+}
+
+// The previous block, if there was one, is deliberately left behind: a query on another thread may be reading it.
+static void take_status_block()
+{
+    mc_status_global = static_cast<grp_info *>(calloc(1, sizeof(grp_info)));
+    if (mc_status_global != nullptr)
+        mc_status_global->statusMode = 1;
+}
+
+static void free_static_groups()
+{
+    for (auto &list : g_static_list)
+        for (staticGroupEntry &entry : list)
+            entry = kFreeStaticGroup;
+}
+
+// The engine judges the values; whatever it refuses is reported, and the next parameter follows.
+static void push_igmp_parameters()
+{
+    const igmpGlobleParm &parm = globle_parm;
+
+    int32_t ret = igmp_default_vid_set(parm.defaultVlan);
+    if (ret != 0)
+        LOG_ERROR(Igmp, "igmp_default_vid_set is error! ret = %d\r\n", ret);
+
+    ret = igmp_para_globle_set(parm.robustness, parm.query_interval, parm.query_max_resp_time,
+                               parm.last_member_query_interval, parm.last_member_query_count,
+                               parm.general_member_interval);
+    if (ret != 0)
+        LOG_ERROR(Igmp, "igmp_para_globle_set is error! ret = %d\r\n", ret);
+
+    ret = omci_set_multicast_mode(parm.multiMode & 0xFF);
+    if (ret != 0)
+        LOG_ERROR(Igmp, "omci_set_multicast_mode is error! ret = %d\r\n", ret);
+
+    ret = byte_status(igmp_fast_leave_enable_globle(parm.port[0].leavemod & 0xFFu));
+    if (ret != 0)
+        LOG_ERROR(Igmp, "igmp_fast_leave_enable_globle is error! ret = %d\r\n", ret);
+
+    ret = byte_status(igmp_vlan_learning_set(parm.learningMode & 0xFFu));
+    if (ret != 0)
+        LOG_ERROR(Igmp, "\n ERROR!igmp_adapt_vlan_learning Fail ret = %d", ret);
+}
+
+} // namespace mcadapt
+
+using namespace mcadapt;
+
+void initIgmpGlobleParmeter()
+{
+    globle_parm = start_igmp_parameters();
+    take_status_block();
+    free_static_groups();
+    push_igmp_parameters();
+    set_build_identification(globle_parm);
+}
+
+void initmldGlobleParmeter() { set_start_mld_parameters(mldInitParams); }
+
+void mldinitPortStateNode()
+{
+    for (int port = 0; port < MC_LOGIC_PORTS; ++port)
+        mldInitParams.mldPortState[port] = kStartPorts[port];
+}
+
+void mldinitVlancfgNode() { clear_rules<Mld>(); }
