@@ -1,0 +1,26 @@
+/**
+ * @file
+ * The IGMP template VLAN list: `PortVlan` and its mirror `TemplateVlan`, always changed together.
+ */
+#ifndef MCADAPT_VLAN_TEMPLATE_LIST_H
+#define MCADAPT_VLAN_TEMPLATE_LIST_H
+
+#include <cstdint>
+
+namespace mcadapt {
+
+/** Whether no VLAN can be appended. */
+bool template_list_is_full();
+
+/** Appends a VLAN; the list must have a place. */
+void append_template_vlan(uint16_t vlan);
+
+/** Frees one entry in place and counts it off. */
+void drop_template_entry(int32_t index);
+
+/** Moves the entries in use to the front of both lists. */
+void compact_template_lists();
+
+} // namespace mcadapt
+
+#endif
