@@ -6,7 +6,6 @@ target_include_directories(mcadapt_interface INTERFACE ${PROJECT_SOURCE_DIR}/inc
 
 # Warnings and instrumentation, for everything that is compiled here.
 add_library(mcadapt_flags INTERFACE)
-target_compile_features(mcadapt_flags INTERFACE cxx_std_17)
 target_compile_options(mcadapt_flags INTERFACE
     -Werror -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wcast-qual -Wcast-align
     -Wundef -Wvla -Wwrite-strings
@@ -32,7 +31,8 @@ endif()
 target_link_libraries(mcadapt_library_flags INTERFACE mcadapt_flags)
 
 add_library(mcadapt_link_flags INTERFACE)
-target_link_options(mcadapt_link_flags INTERFACE -Wl,-Bsymbolic-functions -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+target_link_options(mcadapt_link_flags INTERFACE -Wl,-Bsymbolic-functions -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack
+    -Wl,--as-needed) # CMake names the C++ run time, which the library does not use
 if(MCADAPT_SANITIZE)
     target_link_options(mcadapt_link_flags INTERFACE -fsanitize=${MCADAPT_SANITIZE})
 endif()

@@ -61,12 +61,15 @@ sem_t gSemIgmpv3 = {};
 } // extern "C"
 
 // The layouts are part of the binary interface, the same on every processor.
-template <class R> constexpr bool is_plain_record = std::is_standard_layout_v<R> &&std::is_trivially_copyable_v<R>;
+template <class R> constexpr bool is_plain_record()
+{
+    return std::is_standard_layout_v<R> && std::is_trivially_copyable_v<R>;
+}
 
-static_assert(is_plain_record<vlanCfgNode> && sizeof(vlanCfgNode) == 20);
+static_assert(is_plain_record<vlanCfgNode>() && sizeof(vlanCfgNode) == 20);
 static_assert(offsetof(vlanCfgNode, in_dn_vlan) == 8 && offsetof(vlanCfgNode, in_data_vlan) == 14);
 
-static_assert(is_plain_record<igmpGlobleParm> && sizeof(igmpGlobleParm) == 188);
+static_assert(is_plain_record<igmpGlobleParm>() && sizeof(igmpGlobleParm) == 188);
 static_assert(sizeof(portParm) == 16 && offsetof(portParm, svlan) == 8);
 static_assert(offsetof(igmpGlobleParm, TemplateVlan) == 32 && offsetof(igmpGlobleParm, defaultVlan) == 64);
 static_assert(offsetof(igmpGlobleParm, query_interval) == 72 && offsetof(igmpGlobleParm, ssm_map) == 100);
@@ -74,13 +77,13 @@ static_assert(offsetof(igmpGlobleParm, compile_date) == 124 && offsetof(igmpGlob
 
 static_assert(sizeof(portStateNode) == 8 && sizeof(staticGroupEntry) == 8);
 
-static_assert(is_plain_record<mldInitParm> && sizeof(mldInitParm) == 1352);
+static_assert(is_plain_record<mldInitParm>() && sizeof(mldInitParm) == 1352);
 static_assert(sizeof(mldAuthGroup) == 16 && sizeof(mldPortParm) == 264 && sizeof(mldTagRecord) == 6);
 static_assert(offsetof(mldInitParm, mldPort) == 36 && offsetof(mldInitParm, mldTemplateVlan) == 564);
 static_assert(offsetof(mldInitParm, mldVlanList) == 604 && offsetof(mldInitParm, query_interval) == 676);
 static_assert(offsetof(mldInitParm, mldPortVlanCfg) == 700 && offsetof(mldInitParm, outerTag) == 1340);
 
-static_assert(is_plain_record<grp_info> && sizeof(grp_info) == 14392);
+static_assert(is_plain_record<grp_info>() && sizeof(grp_info) == 14392);
 static_assert(sizeof(grpRecord) == 28 && offsetof(grpRecord, userPort) == 26);
 static_assert(offsetof(grp_info, interfaceStatus) == 14340 && offsetof(grp_info, oamFastLeave) == 14376);
 static_assert(offsetof(grp_info, statusGroupLimit) == 14380 && offsetof(grp_info, statusMode) == 14388);
