@@ -19,7 +19,7 @@ int32_t mc_igmp_init(int32_t priority, int32_t engineArg)
     igmp_task_init(priority, engineArg);
     mld_task_init(priority);
     adapt_init();
-    igmp_adapt_task_init(priority + 1);
+    igmp_adapt_task_init(static_cast<int32_t>(static_cast<uint32_t>(priority) + 1)); // wraps at the highest one
     return 0;
 }
 

@@ -30,13 +30,13 @@ static uint8_t stored_mode(uint8_t asked)
     return asked == kAskProxy ? kProxy : kSnooping;
 }
 
-static void report_refused_mode(uint8_t mode)
+static void report_refused_mode(uint8_t stored)
 {
     // intended: the texts differ by a line break
-    if (mode == kControl)
-        LOG_ERROR(Igmp, "ERROR!proxy_adapt_mode =%d ", mode);
+    if (stored == kControl)
+        LOG_ERROR(Igmp, "ERROR!proxy_adapt_mode =%d ", proxy_adapt_mode);
     else
-        LOG_ERROR(Igmp, "\n ERROR!proxy_adapt_mode =%d ", mode);
+        LOG_ERROR(Igmp, "\n ERROR!proxy_adapt_mode =%d ", proxy_adapt_mode);
 }
 
 } // namespace mcadapt
@@ -89,7 +89,7 @@ int32_t omci_set_multicast_mode(int32_t mode)
 
     const int32_t ret = igmp_mode_switch_globle(stored);
     if (ret != 0)
-        report_refused_mode(proxy_adapt_mode);
+        report_refused_mode(stored);
     return ret;
 }
 

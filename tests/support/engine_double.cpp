@@ -54,27 +54,33 @@ int32_t igmp_vlan_del_all(void) { return platform().called("igmp_vlan_del_all");
 
 int32_t igmp_register_switch_send_pkt(mcSendPacketCallback send)
 {
+    platform().igmp_callbacks.send = send;
     return platform().called("igmp_register_switch_send_pkt", send);
 }
 int32_t igmp_register_switch_add_table(mcForwardingCallback add)
 {
+    platform().igmp_callbacks.add = add;
     return platform().called("igmp_register_switch_add_table", add);
 }
 int32_t igmp_register_switch_del_table(mcForwardingCallback remove)
 {
+    platform().igmp_callbacks.remove = remove;
     return platform().called("igmp_register_switch_del_table", remove);
 }
 int32_t igmp_port_add_all_vlan(uint32_t port) { return platform().called("igmp_port_add_all_vlan", port); }
 int32_t mld_register_switch_send_pkt(mcSendPacketCallback send)
 {
+    platform().mld_callbacks.send = send;
     return platform().called("mld_register_switch_send_pkt", send);
 }
 int32_t mld_register_switch_add_table(mcForwardingCallback add)
 {
+    platform().mld_callbacks.add = add;
     return platform().called("mld_register_switch_add_table", add);
 }
 int32_t mld_register_switch_del_table(mcForwardingCallback remove)
 {
+    platform().mld_callbacks.remove = remove;
     return platform().called("mld_register_switch_del_table", remove);
 }
 int32_t mld_port_conf_set(uint32_t port) { return platform().called("mld_port_conf_set", port); }

@@ -106,6 +106,17 @@ public:
     /** The next `calloc` gives null. */
     void fail_next_calloc() { fail_next_calloc_ = true; }
 
+    // --- What the engine was given at start-up
+
+    /** The callbacks registered with one half of the engine; null until then. */
+    struct Callbacks {
+        mcSendPacketCallback send = nullptr;
+        mcForwardingCallback add = nullptr;
+        mcForwardingCallback remove = nullptr;
+    };
+    Callbacks igmp_callbacks;
+    Callbacks mld_callbacks;
+
     // --- What was called
 
     /** All calls since the test began, for example `igmp_vlan_add(100)`. */
