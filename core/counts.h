@@ -10,16 +10,11 @@
 namespace mcadapt {
 
 /**
- * Entries to walk in a table: a count of 0 or less walks none.
+ * Entries to walk in a table: never more than it has. A negative count stays one, and a loop over it walks none.
  *
  * Counts are exported and shared, so a loop never trusts one: it stays inside its table whatever the count holds.
  */
-constexpr int32_t entries_to_walk(int32_t count, int32_t capacity)
-{
-    if (count <= 0)
-        return 0;
-    return count < capacity ? count : capacity;
-}
+constexpr int32_t entries_to_walk(int32_t count, int32_t capacity) { return count < capacity ? count : capacity; }
 
 /** Whether a table has no place for one more entry; a count outside the table is taken as a full one. */
 constexpr bool is_full(int32_t count, int32_t capacity) { return count < 0 || count >= capacity; }

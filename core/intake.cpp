@@ -9,6 +9,7 @@
 #include "core/ports.h"
 #include "mcadapt/packet_path.h"
 #include "packet/frame.h"
+#include "packet/rule_search.h"
 #include "platform/protocol_engine.h"
 
 namespace mcadapt {
@@ -29,9 +30,11 @@ static constexpr int32_t kRefused = -1;
 
 template <class F> static int accept_port(uint32_t port)
 {
-    const int logic_port = check_port_state<F>(port);
-    if (logic_port == kNoLogicPort)
+    const int logic_port = port > kUplinkPort ? kNoLogicPort : find_logic_port<F>(port);
+    if (logic_port == kNoLogicPort) {
+        check_port_state<F>(port); // only for its line; frames that are accepted do without the call
         LOG_ERROR(F, "The port no(%d) is illegal, abord!<*_*>\r\n", port);
+    }
     return logic_port;
 }
 
@@ -110,17 +113,21 @@ template <class F> static void report_unknown_port(uint32_t port)
 
 static constexpr int32_t kNoKey = -1;
 
+template <class F> static void trace_search(const RuleRow &row, int32_t walked, uint32_t frame_vlan)
+{
+    for (int32_t i = 0; i < walked; ++i)
+        LOG_TRACE(F, "recieve paket from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n", frame_vlan,
+                  row[i].in_up_vlan & kVidMask);
+}
+
 // The multicast VLAN of the first rule whose upstream VLAN is the frame's.
 template <class F> static int32_t search_row(const RuleRow &row, int32_t count, uint32_t frame_vlan)
 {
     const int32_t rules = entries_to_walk(count, MC_RULES_PER_PORT);
-    for (int32_t i = 0; i < rules; ++i) {
-        const uint32_t rule_vlan = row[i].in_up_vlan & kVidMask;
-        LOG_TRACE(F, "recieve paket from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n", frame_vlan, rule_vlan);
-        if (rule_vlan == frame_vlan)
-            return row[i].in_data_vlan & kVidMask;
-    }
-    return kNoKey;
+    const int32_t found = find_upstream_rule(row, rules, frame_vlan);
+    if (on(F::debug(), MC_DEBUG_TRACE))
+        trace_search<F>(row, walked_rules(found, rules), frame_vlan);
+    return found < rules ? row[found].in_data_vlan & kVidMask : kNoKey;
 }
 
 // The template VLAN whose low 12 bits are the key, cut to them; MC_NO_VLAN when there is none.
@@ -139,9 +146,8 @@ template <class F> static uint32_t search_template_vlans(uint32_t key)
 }
 
 // In snooping and control mode the engine does not see what comes from the uplink.
-template <class F> static bool bypasses_engine(uint32_t port, uint32_t mode)
+template <class F> static bool bypasses_engine(uint32_t port, int logic_port, uint32_t mode)
 {
-    const int logic_port = find_logic_port<F>(port);
     if (logic_port == kNoLogicPort) {
         LOG_TRACE(F, "\n [checkPortState]port(%d) is not find!", port);
         return false;
@@ -156,10 +162,9 @@ template <class F> static bool bypasses_engine(uint32_t port, uint32_t mode)
 }
 
 // The VLAN to look for among the template VLANs: of the matching rule, or of the frame itself from the uplink.
-static uint32_t igmp_search_key(uint32_t frame_vlan, uint32_t port)
+static uint32_t igmp_search_key(uint32_t frame_vlan, uint32_t port, int logic_port)
 {
     LOG_TRACE(Igmp, "in searchRecievePktPortCfgVlan vlan_id = %d usPort = %d \r\n", frame_vlan, port);
-    const int logic_port = find_logic_port<Igmp>(port);
     if (logic_port == kNoLogicPort) {
         report_unknown_port<Igmp>(port);
         return 0;
@@ -175,10 +180,9 @@ static uint32_t igmp_search_key(uint32_t frame_vlan, uint32_t port)
     return key == kNoKey ? 0 : static_cast<uint32_t>(key);
 }
 
-static uint32_t mld_search_key(uint32_t frame_vlan, uint32_t port)
+static uint32_t mld_search_key(uint32_t frame_vlan, uint32_t port, int logic_port)
 {
     LOG_TRACE(Mld, "in mldsearchRecievePktPortCfgVlan vlan_id = %d usPort = %d \r\n", frame_vlan, port);
-    const int logic_port = find_logic_port<Mld>(port);
     if (logic_port == kNoLogicPort) {
         report_unknown_port<Mld>(port);
         return 0;
@@ -224,6 +228,20 @@ static uint32_t find_mld_vlan(uint32_t key, int rx_logic_port)
         return mldInitParams.defaultVlan;
     LOG_TRACE(Mld, "no.1 port vlan config exsit, vlan = %d\r\n", first_rule_vlan);
     return first_rule_vlan;
+}
+
+static void trace_igmp_packet(uint32_t vlan, uint32_t length, uint8_t protocol)
+{
+    LOG_TRACE(Igmp, "GROUP_VLAN = %d\r\n", vlan);
+    LOG_TRACE(Igmp, "IP TOTAL LENGTH = %d\r\n", length);
+    LOG_TRACE(Igmp, "PROTOL TYPE = %d", protocol);
+}
+
+static void trace_mld_packet(uint32_t vlan, uint32_t length, uint8_t mode)
+{
+    LOG_TRACE(Mld, "GROUP_VLAN = %d\r\n", vlan);
+    LOG_TRACE(Mld, "IP TOTAL LENGTH = %d\r\n", length);
+    LOG_TRACE(Mld, "MLD MODE = %d\r\n", mode);
 }
 
 static int32_t hand_to_igmp_engine(const uint8_t *ip_header, uint32_t length, uint32_t port, uint32_t vlan)
@@ -285,15 +303,15 @@ int32_t igmpL2PktProc(uint8_t *frame, uint32_t len, uint32_t port)
     if (!long_enough<Igmp>(header, len) || !carries<Igmp>(frame, header, kTypeIpv4))
         return kRefused;
 
-    const uint32_t vlan = find_igmp_vlan(igmp_search_key(header.vlan, from), rx_logic_port);
+    const int logic_port = find_logic_port<Igmp>(from);
+    const uint32_t vlan = find_igmp_vlan(igmp_search_key(header.vlan, from, logic_port), rx_logic_port);
     ponVlan = vlan;
-    LOG_TRACE(Igmp, "GROUP_VLAN = %d\r\n", vlan);
 
     const uint8_t *ip_header = frame + header.ip_offset;
     const uint32_t ip_length = read_be16(ip_header + 2);
     const uint8_t protocol = ip_header[9];
-    LOG_TRACE(Igmp, "IP TOTAL LENGTH = %d\r\n", ip_length);
-    LOG_TRACE(Igmp, "PROTOL TYPE = %d", protocol);
+    if (on(mc_debug, MC_DEBUG_TRACE))
+        trace_igmp_packet(vlan, ip_length, protocol);
     if (protocol != kProtocolIgmp) {
         // intended: the line of a frame of the unit's own
         LOG_ERROR(Igmp, "Error! Igmp Packet comes from myself!\r\n");
@@ -304,7 +322,7 @@ int32_t igmpL2PktProc(uint8_t *frame, uint32_t len, uint32_t port)
     LOG_TRACE(Igmp, "IGMP MODE = %d\r\n", mode);
     const bool forwarded = mode == kIgmpSnooping || mode == kIgmpControl;
     int32_t result = kRefused;
-    if (!forwarded || !bypasses_engine<Igmp>(from, mode))
+    if (!forwarded || !bypasses_engine<Igmp>(from, logic_port, mode))
         result = hand_to_igmp_engine(ip_header, ip_length, from, vlan);
 
     if (mode == kIgmpSnooping) {
@@ -342,20 +360,20 @@ int32_t mldL2PktProc(uint8_t *frame, uint32_t len, uint32_t port)
     if (!long_enough<Mld>(header, len) || !carries<Mld>(frame, header, kTypeIpv6))
         return kRefused;
 
-    const uint32_t vlan = find_mld_vlan(mld_search_key(header.vlan, from), rx_logic_port);
+    const int logic_port = find_logic_port<Mld>(from);
+    const uint32_t vlan = find_mld_vlan(mld_search_key(header.vlan, from, logic_port), rx_logic_port);
     ponVlan = vlan;
-    LOG_TRACE(Mld, "GROUP_VLAN = %d\r\n", vlan);
 
     // intended: whether the packet is MLD at all is left to the engine
     const uint8_t *ip_header = frame + header.ip_offset;
     const uint32_t ip_length = read_be16(ip_header + 4) + kIpv6HeaderBytes;
-    LOG_TRACE(Mld, "IP TOTAL LENGTH = %d\r\n", ip_length);
-
     const auto mode = static_cast<uint8_t>(mldInitParams.multiMode);
-    LOG_TRACE(Mld, "MLD MODE = %d\r\n", mode);
+    if (on(mld_debug, MC_DEBUG_TRACE))
+        trace_mld_packet(vlan, ip_length, mode);
+
     const bool forwarded = mode == kMldSnooping || mode == kMldControl;
     int32_t result = kRefused;
-    if (!forwarded || !bypasses_engine<Mld>(from, mode))
+    if (!forwarded || !bypasses_engine<Mld>(from, logic_port, mode))
         result = hand_to_mld_engine(frame, ip_header, ip_length, from, vlan);
 
     if (mode == kMldSnooping) {

@@ -41,7 +41,7 @@ static void free_static_groups()
 {
     for (auto &list : g_static_list)
         for (staticGroupEntry &entry : list)
-            entry = kFreeStaticGroup;
+            free_static_group(entry);
 }
 
 // The engine judges the values; whatever it refuses is reported, and the next parameter follows.

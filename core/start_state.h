@@ -18,6 +18,13 @@ constexpr vlanCfgNode kEmptyRule = {0xFF, 4, 0xFFFF, 0xFFFF, 4, 0xFFFF, 0xFFFF, 
 /** A free entry of the static group list; its address is deliberately not zero. */
 constexpr staticGroupEntry kFreeStaticGroup = {MC_NO_VLAN, 0, 0x0000FFFF};
 
+/** Frees an entry in place; the spare word stays. */
+inline void free_static_group(staticGroupEntry &entry)
+{
+    entry.vlan = kFreeStaticGroup.vlan;
+    entry.addr = kFreeStaticGroup.addr;
+}
+
 constexpr portStateNode kStartPorts[MC_LOGIC_PORTS] = {{0, MC_PORT_TYPE_USER}, {29, MC_PORT_TYPE_UPLINK}};
 
 constexpr uint16_t kStartDefaultVlan = 4088;

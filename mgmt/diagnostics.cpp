@@ -10,7 +10,7 @@
 
 namespace mcadapt {
 
-// Turning bits on toggles them: when any of them is set, all are cleared.
+// intended: turning bits on toggles them; when any of them is set, all are cleared
 static uint32_t changed_mask(uint32_t mask, uint32_t bits, uint32_t turn_on)
 {
     if (turn_on == 0 || (mask & bits) != 0)

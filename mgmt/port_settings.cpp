@@ -3,6 +3,7 @@
  * Per-port settings: group limit, fast leave, bandwidth, and the control list of channels.
  */
 #include "core/counts.h"
+#include "core/limits.h"
 #include "core/log.h"
 #include "core/ports.h"
 #include "mcadapt/omci.h"
@@ -10,11 +11,6 @@
 #include "platform/protocol_engine.h"
 
 namespace mcadapt {
-
-static constexpr int32_t kNoGroupLimit = 1024;
-
-// intended: a lower bound than that of the other operations on a port
-static constexpr uint32_t kHighestLimitPort = 6;
 
 static int find_limit_port(uint32_t port)
 {

@@ -80,6 +80,7 @@ int32_t std_omci_get_port_igmp_count(uint32_t port, uint32_t *out1, uint32_t *ou
     if (igmp_hal_sync_if_status(port) != 0)
         LOG_ERROR(Igmp, "\n ERROR!igmp_hal_sync_if_status Fail");
 
+    // intended: indexed by the number given, not by its logic port
     const SharedStatus status(segment);
     const uint64_t counters = offsetof(grp_info, interfaceStatus) + uint64_t{port} * sizeof(ifStatus);
     *out1 = status.word(counters);

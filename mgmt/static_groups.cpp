@@ -20,7 +20,7 @@ struct StaticList {
     staticGroupEntry *entries;
     int32_t *count;
 
-    // Entries that are searched: the first `count`, although entries in use may lie behind a hole.
+    // intended: only the first `count` entries are searched, although entries in use may lie behind a hole
     int32_t searched() const { return count == nullptr ? 0 : entries_to_walk(*count, MC_STATIC_GROUPS_PER_PORT); }
     bool full() const { return count == nullptr || is_full(*count, MC_STATIC_GROUPS_PER_PORT); }
 };
@@ -33,6 +33,7 @@ static StaticList static_list(uint32_t port)
     return {g_static_list[port], &g_static_grp_num[port]};
 }
 
+// intended: the place at the count is taken even if an entry behind a hole is in use there
 static void record_group(const StaticList &list, uint16_t vlan, uint32_t group)
 {
     if (list.full()) {
@@ -53,7 +54,7 @@ static int32_t leave_group(const StaticList &list, staticGroupEntry &entry, uint
         LOG_ERROR(Igmp, "\n ERROR!igmp_if_static_group_source_del Fail");
         return status;
     }
-    entry = kFreeStaticGroup;
+    free_static_group(entry);
     --*list.count;
     return status;
 }

@@ -18,10 +18,10 @@ static uint16_t onu_vlan(uint8_t onu_id) { return onu_id == 0 ? kUnassignedOnuVl
 
 template <class F> static void control_downstream(uint8_t *frame, uint32_t length, uint32_t vlan_id)
 {
-    const DownstreamMatches first_port = search_downstream<F>(0, vlan_id);
+    const DownstreamMatches &first_port = search_downstream<F>(0, vlan_id);
     // intended: the IGMP ports drive the loop of both families, and name the port of a frame that no rule matched
     for (int i = 0; i < MC_LOGIC_PORTS && is_user_port(i); ++i) {
-        const DownstreamMatches matches = i == 0 ? first_port : search_downstream<F>(i, vlan_id);
+        const DownstreamMatches &matches = i == 0 ? first_port : search_downstream<F>(i, vlan_id);
         if (matches.count != 0) {
             // intended: a frame whose tag a match took out is sent with its full length
             send_matches<F>(matches, frame, length, length, low16(F::ports()[i].portNo));

@@ -13,7 +13,14 @@ static void forget_vlans(DownstreamMatches &matches)
         matches.out_vlan[i] = MC_NO_VLAN;
 }
 
-template <class F> DownstreamMatches search_downstream(int logic_port, uint32_t vlan_id)
+template <class F> static void trace_search(const RuleRow &row, int32_t rules, uint32_t vlan_id)
+{
+    for (int32_t i = 0; i < rules; ++i)
+        LOG_TRACE(F, "searchDownSnoopPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n", vlan_id,
+                  row[i].in_dn_vlan & kVidMask);
+}
+
+template <class F> const DownstreamMatches &search_downstream(int logic_port, uint32_t vlan_id)
 {
     if constexpr (F::kMld)
         LOG_TRACE(F, "recieve paket from uplink,search vlan config for snooping!\r\n");
@@ -25,11 +32,10 @@ template <class F> DownstreamMatches search_downstream(int logic_port, uint32_t 
     matches.strips = false;
     const RuleRow &row = F::rules()[logic_port];
     const int32_t rules = entries_to_walk(F::rule_counts()[logic_port], MC_RULES_PER_PORT);
+    if (on(F::debug(), MC_DEBUG_TRACE))
+        trace_search<F>(row, rules, vlan_id);
     for (int32_t i = 0; i < rules; ++i) {
-        const uint32_t rule_vlan = row[i].in_dn_vlan & kVidMask;
-        LOG_TRACE(F, "searchDownSnoopPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n", vlan_id,
-                  rule_vlan);
-        if (rule_vlan != vlan_id)
+        if ((row[i].in_dn_vlan & kVidMask) != vlan_id)
             continue;
         const uint16_t out_vlan = row[i].out_dn_vlan;
         matches.out_vlan[matches.count++] = out_vlan;
@@ -40,8 +46,17 @@ template <class F> DownstreamMatches search_downstream(int logic_port, uint32_t 
     return matches;
 }
 
+// Kept out of line: most frames are tagged, and sending one in place then saves no registers.
 template <class F>
-void send_tagged(WorkBuffer &work, uint8_t *frame, uint32_t length, uint16_t tag_control, uint16_t port)
+[[gnu::noinline]] static void send_inserted(WorkBuffer &work, const uint8_t *frame, uint32_t length,
+                                            uint16_t tag_control, uint16_t port)
+{
+    if (work.insert_tag(frame, length, tag_control))
+        F::send(work.bytes(), low16(length + kTagBytes), port);
+}
+
+template <class F>
+static void send_tagged(WorkBuffer &work, uint8_t *frame, uint32_t length, uint16_t tag_control, uint16_t port)
 {
     if constexpr (F::kMld)
         mldInitParams.outerTag = {kTpid, static_cast<uint16_t>(tag_control & kVidMask),
@@ -50,9 +65,15 @@ void send_tagged(WorkBuffer &work, uint8_t *frame, uint32_t length, uint16_t tag
     if (is_tagged(frame)) {
         replace_tag(frame, sent_control);
         F::send(frame, low16(length), port);
-    } else if (work.insert_tag(frame, length, sent_control)) {
-        F::send(work.bytes(), low16(length + kTagBytes), port);
+    } else {
+        send_inserted<F>(work, frame, length, sent_control, port);
     }
+}
+
+template <class F> void send_tagged(uint8_t *frame, uint32_t length, uint16_t tag_control, uint16_t port)
+{
+    WorkBuffer work;
+    send_tagged<F>(work, frame, length, tag_control, port);
 }
 
 template <class F>
@@ -75,10 +96,10 @@ void send_matches(const DownstreamMatches &matches, uint8_t *frame, uint32_t len
     }
 }
 
-template DownstreamMatches search_downstream<Igmp>(int logic_port, uint32_t vlan_id);
-template DownstreamMatches search_downstream<Mld>(int logic_port, uint32_t vlan_id);
-template void send_tagged<Igmp>(WorkBuffer &, uint8_t *, uint32_t, uint16_t, uint16_t);
-template void send_tagged<Mld>(WorkBuffer &, uint8_t *, uint32_t, uint16_t, uint16_t);
+template const DownstreamMatches &search_downstream<Igmp>(int logic_port, uint32_t vlan_id);
+template const DownstreamMatches &search_downstream<Mld>(int logic_port, uint32_t vlan_id);
+template void send_tagged<Igmp>(uint8_t *, uint32_t, uint16_t, uint16_t);
+template void send_tagged<Mld>(uint8_t *, uint32_t, uint16_t, uint16_t);
 template void send_matches<Igmp>(const DownstreamMatches &, uint8_t *, uint32_t, uint32_t, uint16_t);
 template void send_matches<Mld>(const DownstreamMatches &, uint8_t *, uint32_t, uint32_t, uint16_t);
 

@@ -44,16 +44,18 @@ struct DownstreamMatches {
     uint16_t out_vlan[MC_RULES_PER_PORT];
 };
 
-/** Searches the rules of one logic port for those whose `in_dn_vlan` is the frame's VLAN. */
-template <class F> DownstreamMatches search_downstream(int logic_port, uint32_t vlan_id);
+/**
+ * Searches the rules of one logic port for those whose `in_dn_vlan` is the frame's VLAN.
+ * @return What was found, until the next search of the family.
+ */
+template <class F> const DownstreamMatches &search_downstream(int logic_port, uint32_t vlan_id);
 
 /**
  * Sends a frame with a tag in the place of its own, or inserted; MLD remembers the tag.
  *
  * A tagged frame is changed in place, so that what is sent later starts from it.
  */
-template <class F>
-void send_tagged(WorkBuffer &work, uint8_t *frame, uint32_t length, uint16_t tag_control, uint16_t port);
+template <class F> void send_tagged(uint8_t *frame, uint32_t length, uint16_t tag_control, uint16_t port);
 
 /**
  * Sends a frame to a user port once per match.

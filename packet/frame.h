@@ -79,8 +79,11 @@ inline void write_tag(uint8_t *at, uint16_t tag_control)
 /** Overwrites the four bytes behind the addresses of a frame with a tag, whatever they were. */
 inline void replace_tag(uint8_t *frame, uint16_t tag_control) { write_tag(frame + kMacsBytes, tag_control); }
 
+/** `memcpy` of a length known at run time only. */
+void copy_bytes(uint8_t *to, const uint8_t *from, uint32_t length);
+
 /**
- * A rewritten copy of a frame: room for the longest frame and two tags.
+ * A rewritten copy of a frame: room for a whole receive buffer and two tags.
  *
  * Each operation returns false, and writes nothing, for a frame that does not have the bytes it takes.
  */
@@ -91,9 +94,9 @@ public:
     /** The whole frame as it is. */
     bool copy(const uint8_t *frame, uint32_t length)
     {
-        if (length > kMaxFrameBytes)
+        if (length > kReceiveBufferBytes)
             return false;
-        memcpy(bytes_, frame, length);
+        copy_bytes(bytes_, frame, length);
         return true;
     }
 
@@ -142,14 +145,14 @@ private:
     // The addresses, room for some tags, and the frame from `payload` on.
     bool put_behind_tags(const uint8_t *frame, uint32_t length, uint32_t payload, uint32_t tags)
     {
-        if (length < payload || length > kMaxFrameBytes)
+        if (length < payload || length > kReceiveBufferBytes)
             return false;
         memcpy(bytes_, frame, kMacsBytes);
-        memcpy(bytes_ + kMacsBytes + tags * kTagBytes, frame + payload, length - payload);
+        copy_bytes(bytes_ + kMacsBytes + tags * kTagBytes, frame + payload, length - payload);
         return true;
     }
 
-    uint8_t bytes_[kMaxFrameBytes + 2 * kTagBytes];
+    uint8_t bytes_[kReceiveBufferBytes + 2 * kTagBytes];
 };
 
 /** Prints a frame in hexadecimal, sixteen bytes to a line, between two lines of plus signs; a null one prints nothing.

@@ -19,35 +19,42 @@ static constexpr uint32_t kTagGroupBytes = 6;
 
 static constexpr int32_t kPacketTooLong = -1;
 
-template <class F> static int32_t send_frame(const uint8_t *frame, uint16_t length, uint16_t port)
+// A test uplink takes the place of the uplink.
+template <class F> static uint16_t driver_port(uint16_t port)
+{
+    if (port == kUplinkPort && F::test_uplink() != MC_NO_TEST_UPLINK)
+        return static_cast<uint16_t>(F::test_uplink());
+    return port;
+}
+
+template <class F> [[gnu::cold]] static void log_send(const uint8_t *frame, uint16_t length, uint16_t port, uint16_t to)
 {
     if (on(F::debug(), MC_DEBUG_TX_DUMP)) {
         if constexpr (!F::kMld) // intended: the MLD dump has no heading
             printf("[l2_igmp_send_pkt]: Pkt Send to port %d, len %d.\r\n", port, length);
         dump_frame(frame, length);
     }
-    if (port == kUplinkPort && F::test_uplink() != MC_NO_TEST_UPLINK)
-        port = static_cast<uint16_t>(F::test_uplink());
-
     if constexpr (F::kMld)
-        LOG_TRACE(F, "mld_l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n", port, length,
+        LOG_TRACE(F, "mld_l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n", to, length,
                   F::source_port(), ponVlan);
     else
-        LOG_TRACE(F, "l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n", port, length,
+        LOG_TRACE(F, "l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n", to, length,
                   F::source_port(), ponVlan);
-    const int32_t ret = L2_multicast_send_msg(frame, static_cast<uint8_t>(port), length, F::source_port(), ponVlan);
+}
+
+template <class F> static int32_t send_frame(const uint8_t *frame, uint16_t length, uint16_t port)
+{
+    const uint16_t to = driver_port<F>(port);
+    if (on(F::debug(), MC_DEBUG_TX_DUMP | MC_DEBUG_TRACE))
+        log_send<F>(frame, length, port, to);
+    const int32_t ret = L2_multicast_send_msg(frame, static_cast<uint8_t>(to), length, F::source_port(), ponVlan);
     if (ret != 0)
         LOG_ERROR(F, " uplink L2_multicast_send_msg Fail ,ret = %d.", ret);
     return ret;
 }
 
-// The rules by which a packet of the engine is sent to a user port: the VLANs of its frames.
-struct SendMatches {
-    int count;
-    uint16_t out_vlan[MC_RULES_PER_PORT];
-};
-
-template <class F> static SendMatches send_matches = {0, {MC_NO_VLAN}};
+// The VLANs of the rules by which the last packet of the engine was sent to a user port.
+template <class F> static uint16_t sent_vlans[MC_RULES_PER_PORT] = {MC_NO_VLAN};
 
 // Rules of the port that may match: none unless the port's own rule stands first in either block.
 template <class F> static int32_t rules_to_search(uint32_t port)
@@ -62,36 +69,42 @@ template <class F> static int32_t rules_to_search(uint32_t port)
     return entries_to_walk(F::rule_counts()[logic_port], MC_RULES_PER_PORT);
 }
 
-template <class F> static void search_send_rules(uint32_t port, uint16_t vlan)
+// Fills `sent_vlans`. @return How many rules match.
+template <class F> static int search_send_rules(uint32_t port, uint16_t vlan)
 {
     if constexpr (F::kMld)
         LOG_TRACE(F, "searchSendPktPortCfgVlan ,vlan(%d)", vlan); // intended: a configuration line in IGMP
     else
         LOG_CONFIG(F, "searchSendPktPortCfgVlan ,vlan(%d)", vlan);
 
-    SendMatches &matches = send_matches<F>;
-    matches.count = 0;
+    int count = 0;
     const int32_t rules = rules_to_search<F>(port);
+    const RuleRow *block = F::rules();
     // intended: each match moves the walk one block further, while the rule index goes on
-    for (int32_t r = 0; r < rules && matches.count < MC_LOGIC_PORTS; ++r) {
-        const vlanCfgNode &rule = F::rules()[matches.count][r];
+    for (int32_t r = 0; r < rules && count < MC_LOGIC_PORTS; ++r) {
+        const vlanCfgNode &rule = (*block)[r];
         LOG_TRACE(F, "searchSendPktPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n", vlan,
                   rule.in_up_vlan);
-        if (rule.in_data_vlan == vlan)
-            matches.out_vlan[matches.count++] = rule.out_dn_vlan;
+        if (rule.in_data_vlan == vlan) {
+            sent_vlans<F>[count++] = rule.out_dn_vlan;
+            ++block;
+        }
     }
+    return count;
 }
 
 // 01:00:5E and the low 23 bits of the IPv4 destination, or 33:33 and the bytes at 28 of the IPv6 header.
 template <class F> static void write_addresses(uint8_t *frame, const uint8_t *packet)
 {
     if constexpr (F::kMld) {
-        const uint8_t destination[6] = {0x33, 0x33, packet[28], packet[29], packet[30], packet[31]};
-        memcpy(frame, destination, sizeof(destination));
+        frame[0] = frame[1] = 0x33;
+        memcpy(frame + 2, packet + 28, 4);
     } else {
-        const uint8_t destination[6] = {0x01,       0x00,      0x5E, static_cast<uint8_t>(packet[17] & 0x7F),
-                                        packet[18], packet[19]};
-        memcpy(frame, destination, sizeof(destination));
+        frame[0] = 0x01;
+        frame[1] = 0x00;
+        frame[2] = 0x5E;
+        frame[3] = packet[17] & 0x7F;
+        memcpy(frame + 4, packet + 18, 2);
     }
     memcpy(frame + 6, F::mac(), 6);
 }
@@ -115,18 +128,18 @@ template <class F, class Tag> struct EngineFrame {
         write_be16(group, tag.tpid);
         write_be16(group + 2, static_cast<uint16_t>(tag.vid | tag.pri << kPriorityShift));
         write_be16(group + 4, ether_type);
-        memcpy(bytes + header_length, packet, packet_length);
+        copy_bytes(bytes + header_length, packet, packet_length);
         F::send(bytes, static_cast<uint16_t>(header_length + packet_length), port);
         return true;
     }
 };
 
-template <class F, class Tag> static int32_t send_by_rules(EngineFrame<F, Tag> &frame)
+template <class F, class Tag> static int32_t send_by_rules(EngineFrame<F, Tag> &frame, int matches)
 {
     // intended: the EtherType of these MLD frames is not that of IPv6
     constexpr uint16_t kEtherType = F::kMld ? 0x0866 : kTypeIpv4;
-    for (int k = 0; k < send_matches<F>.count; ++k) {
-        const uint16_t out_vlan = send_matches<F>.out_vlan[k];
+    for (int k = 0; k < matches; ++k) {
+        const uint16_t out_vlan = sent_vlans<F>[k];
         if (out_vlan != MC_NO_VLAN)
             frame.tag.vid = out_vlan;
         // intended: the groups of the frames before stay, so each frame is one group longer
@@ -155,10 +168,10 @@ static int32_t send_packet(const uint8_t *packet, uint32_t port, Tag &tag, uint3
         LOG_TRACE(F, "\n [checkPortState]port(%d) is not find!", port);
     LOG_TRACE(F, "checkPortState %d", port);
     if (logic_port == kNoLogicPort || !is_uplink<F>(logic_port)) {
-        search_send_rules<F>(port, tag.vid);
-        LOG_TRACE(F, "[send_pkt_igmp]: searchSendPktPortCfgVlan num %d\r\n", send_matches<F>.count);
-        if (send_matches<F>.count != 0)
-            return send_by_rules(frame);
+        const int matches = search_send_rules<F>(port, tag.vid);
+        LOG_TRACE(F, "[send_pkt_igmp]: searchSendPktPortCfgVlan num %d\r\n", matches);
+        if (matches != 0)
+            return send_by_rules(frame, matches);
     }
     return frame.send(1, F::kMld ? kTypeIpv6 : kTypeIpv4) ? 0 : kPacketTooLong;
 }

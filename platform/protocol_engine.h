@@ -20,7 +20,7 @@
 
 MCADAPT_BEGIN_DECLS
 
-/* --- Start-up, in the order of the calls ------------------------------------------------------------------------ */
+/* --- Start-up, in the order of the calls --- */
 
 /** Puts the IGMP half into its start state. @return Not looked at. */
 int32_t igmp_data_init(void);
@@ -76,7 +76,7 @@ int32_t mld_proxy_snoop_set_globle(uint32_t mode);
 /** Sets the source address of proxied reports. @param address  IPv4, host byte order. @return Low byte. */
 int32_t igmp_globle_proxyip_set(uint32_t address);
 
-/* --- Packets, on the receive task --------------------------------------------------------------------------------- */
+/* --- Packets, on the receive task --- */
 
 /**
  * Reads the engine's clock; called once, when the first frame of a family arrives.
@@ -114,8 +114,7 @@ int32_t igmp_pkt_recv(const uint8_t *ipHeader, uint32_t length, uint32_t port, u
  */
 int32_t mld_pkt_recv(const uint8_t *ipHeader, uint32_t length, uint32_t port, uint32_t vlan, uint16_t *scratch);
 
-/* --- Mode and global parameters ------------------------------------------------------------------------------------
- */
+/* --- Mode and global parameters --- */
 
 /** Sets the IGMP mode: 1 snooping, 2 proxy, 3 control. Start-up too. @return Result, whole. */
 int32_t igmp_mode_switch_globle(uint32_t mode);
@@ -163,20 +162,22 @@ int32_t igmp_fast_leave_enable_globle(uint32_t enable);
 /** Sets VLAN learning. Start-up too. @param enable  0 off. @return Low byte. */
 int32_t igmp_vlan_learning_set(uint32_t enable);
 
-/* --- Multicast VLANs ------------------------------------------------------------------------------------------------
- */
+/* --- Multicast VLANs --- */
 
 /** Registers a multicast VLAN. @param vlan  12 bits; an old default VLAN comes with all 16. @return Low byte. */
 int32_t igmp_vlan_add(uint32_t vlan);
 
-/** Forgets a multicast VLAN. @param vlan  12 bits. @return Low byte; printed only. */
+/**
+ * Forgets a multicast VLAN.
+ * @param vlan  12 bits; 4095 when the web pages replace the rules of a port that had none.
+ * @return Low byte; printed only.
+ */
 int32_t igmp_vlan_del(uint32_t vlan);
 
 /** Registers (1) or forgets (0) a multicast VLAN of the MLD half. @param vlan  12 bits. @return Result, whole. */
 int32_t mld_pack_set_mc_vlan(uint32_t add, uint32_t vlan);
 
-/* --- Ports
- * ------------------------------------------------------------------------------------------------------------ */
+/* --- Ports --- */
 
 /** Sets the most groups on a port. @param limit  As given; 1024 for no limit. @return Low byte. */
 int32_t igmp_if_max_group_num_set(uint32_t port, int32_t limit);
@@ -206,8 +207,7 @@ int32_t igmp_set_multicast_control(uint32_t port, uint32_t kind, uint32_t vlan, 
  */
 int32_t igmp_oam_control_2(uint32_t action, uint32_t port, uint32_t vlan, const uint8_t *address);
 
-/* --- Authorised and static groups
- * ------------------------------------------------------------------------------------- */
+/* --- Authorised and static groups --- */
 
 /** Turns the group-limit function, the white list, on (1) or off (0). @return Printed only. */
 int32_t igmp_chile_grp_limit_func_set(uint32_t enable);
@@ -248,7 +248,7 @@ int32_t igmp_del_all_group_except_static_group(void);
 
 /**
  * Joins a static group on a port.
- * @param port   Rule installs: the logic port; static-group operations: the switch port.
+ * @param port   Rule installs and removals: the logic port; static-group operations: the switch port.
  * @param vlan   16 bits.
  * @param group  The value that the agent gave, 0 to 255.
  * @param arg4   Always 0; `arg5` always 1.
@@ -259,8 +259,7 @@ int32_t igmp_if_static_group_source_add(uint32_t port, uint32_t vlan, uint32_t g
 /** Leaves a static group; arguments as `igmp_if_static_group_source_add`. @return Low byte. */
 int32_t igmp_if_static_group_source_del(uint32_t port, uint32_t vlan, uint32_t group, uint32_t arg4, uint32_t arg5);
 
-/* --- Status
- * ------------------------------------------------------------------------------------------------------------- */
+/* --- Status --- */
 
 /**
  * Gathers the active groups.

@@ -18,7 +18,7 @@ MCADAPT_BEGIN_DECLS
  * Opens the driver; from then on it may trap frames.
  * @return 0, or a code that ends start-up early: no filter method, second mode setting or proxy address is pushed. The
  *         receive task is created all the same and will call `L2_multicast_read_msg`.
- * @note Called once, during start-up, on the thread that calls `mc_igmp_init`.
+ * @note Called once per start-up, on the thread that calls `mc_igmp_init`.
  */
 int32_t L2_multicast_init(void);
 
@@ -26,7 +26,7 @@ int32_t L2_multicast_init(void);
  * Selects how the switch filters multicast data.
  * @param method  Always 2: by VLAN and multicast MAC address.
  * @return 0, or a code that ends start-up early: the second mode setting and the proxy address are not pushed.
- * @note Called once, during start-up, after `L2_multicast_init`.
+ * @note Called once per start-up, after `L2_multicast_init`.
  */
 int32_t L2_multicast_set_filter_method(uint32_t method);
 

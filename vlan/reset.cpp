@@ -3,6 +3,7 @@
  * Configuration reset: the whole IGMP side, or one parameter of a port. MLD keeps what it holds.
  */
 #include "core/counts.h"
+#include "core/limits.h"
 #include "core/log.h"
 #include "core/ports.h"
 #include "core/start_state.h"
@@ -12,20 +13,8 @@
 
 namespace mcadapt {
 
-static constexpr uint32_t kHighestResetPort = 6;
 static constexpr uint32_t kResetFastLeave = 0;
 static constexpr uint32_t kResetGroupLimit = 2;
-static constexpr uint16_t kNoGroupLimit = 1024;
-
-static int find_reset_port(uint32_t port)
-{
-    const int logic_port = find_logic_port<Igmp>(port);
-    if (logic_port == kNoLogicPort) {
-        LOG_ERROR(Igmp, "\n [checkPortState]port(%d) is not find!", port);
-        LOG_ERROR(Igmp, "port number is invalid!\r\n");
-    }
-    return logic_port;
-}
 
 } // namespace mcadapt
 
@@ -46,13 +35,13 @@ void omci_clear_igmp_all_parmeter()
 int32_t omci_clear_igmp_parmeter(uint32_t port, uint32_t type)
 {
     LOG_CONFIG(Igmp, "\n omci_clear_igmp_parmeter is in port = %d type = %d.\n", port, type);
-    if (port > kHighestResetPort) {
+    if (port > kHighestLimitPort) {
         LOG_ERROR(Igmp, "\n omci_clear_igmp_parmeter port is invalid .\n");
         return -1;
     }
     if (type != kResetFastLeave && type != kResetGroupLimit)
         return 0;
-    const int logic_port = find_reset_port(port);
+    const int logic_port = check_management_port(port);
     if (logic_port == kNoLogicPort)
         return -1;
 

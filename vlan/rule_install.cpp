@@ -66,12 +66,13 @@ static int32_t replay_static_groups(int logic_port, int32_t status)
     return status;
 }
 
-static int32_t register_igmp_vlan(uint16_t data_vlan)
+// The list gets what the position holds by now, the engine what was asked for.
+static int32_t register_igmp_vlan(const vlanCfgNode &position, const vlanCfgNode &rule)
 {
-    append_template_vlan(data_vlan);
+    append_template_vlan(position.in_data_vlan);
     trace_after_listing();
 
-    const uint32_t vlan = engine_vlan(data_vlan);
+    const uint32_t vlan = engine_vlan(rule.in_data_vlan);
     LOG_CONFIG(Igmp, "temp_var = %d\n", vlan);
     const int32_t status = byte_status(igmp_vlan_add(vlan));
     if (status != 0)
@@ -94,54 +95,16 @@ static Outcome install_igmp_rule(int logic_port, const vlanCfgNode &rule, int32_
         const bool present = is_template_vlan(rule.in_data_vlan);
         status = replay_static_groups(logic_port, status);
         if (!present) {
-            if (template_list_is_full()) {
+            if (template_list_is_full()) { // intended: the rule stays, a success is told, and MLD is left out
                 printf("setVlanNumber = %d then > 16  quit!", setVlanNumber);
                 return Outcome::kEnds;
             }
-            status = register_igmp_vlan(position.in_data_vlan);
+            status = register_igmp_vlan(position, rule);
         }
     }
     LOG_ERROR(Igmp, "\n PortVlan storege is wrong!"); // intended: after a success too
     return Outcome::kMldFollows;
 }
-
-} // namespace mcadapt
-
-using namespace mcadapt;
-
-int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *node)
-{
-    vlanCfgNode rule = *node;
-    LOG_CONFIG(Igmp,
-               "[onu_std_omci_set_multicast_vlan]: is in! port_index = %d,%d, %d, %d, %d, %d, %d, %d, %d, %d.\r\n",
-               rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan,
-               rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
-
-    int32_t status = learn_vlans_on_epon();
-    if (flag_omci_version == 0) {
-        trace_tag_mode<Igmp>(rule);
-        derive_upstream(rule);
-    }
-    const int logic_port = find_logic_port<Igmp>(rule.portNO);
-    if (logic_port == kNoLogicPort) {
-        LOG_ERROR(Igmp, "\n port(%d) is invalid!", rule.portNO);
-        return -1;
-    }
-    LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
-    zero_untagged_user_side(rule);
-
-    if (install_igmp_rule(logic_port, rule, status) == Outcome::kEnds)
-        return 0;
-    if (flag_omci_version != 0)
-        return status;
-
-    const int32_t mld_status = mld_onu_std_omci_set_multicast_vlan(&rule);
-    if (mld_status != 0)
-        LOG_ERROR(Igmp, "\n ERROR!mld_onu_std_omci_set_multicast_vlan Fail");
-    return mld_status; // intended: the IGMP status is lost
-}
-
-namespace mcadapt {
 
 static void trace_mld_install_tag_mode(const vlanCfgNode &rule)
 {
@@ -202,6 +165,40 @@ static int32_t register_mld_vlan(uint16_t data_vlan)
 }
 
 } // namespace mcadapt
+
+using namespace mcadapt;
+
+int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *node)
+{
+    vlanCfgNode rule = *node;
+    LOG_CONFIG(Igmp,
+               "[onu_std_omci_set_multicast_vlan]: is in! port_index = %d,%d, %d, %d, %d, %d, %d, %d, %d, %d.\r\n",
+               rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan,
+               rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
+
+    int32_t status = learn_vlans_on_epon();
+    if (flag_omci_version == 0) {
+        trace_tag_mode<Igmp>(rule);
+        derive_upstream(rule);
+    }
+    const int logic_port = find_logic_port<Igmp>(rule.portNO);
+    if (logic_port == kNoLogicPort) {
+        LOG_ERROR(Igmp, "\n port(%d) is invalid!", rule.portNO);
+        return -1;
+    }
+    LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
+    zero_untagged_user_side(rule);
+
+    if (install_igmp_rule(logic_port, rule, status) == Outcome::kEnds)
+        return 0;
+    if (flag_omci_version != 0)
+        return status;
+
+    const int32_t mld_status = mld_onu_std_omci_set_multicast_vlan(&rule);
+    if (mld_status != 0)
+        LOG_ERROR(Igmp, "\n ERROR!mld_onu_std_omci_set_multicast_vlan Fail");
+    return mld_status; // intended: the IGMP status is lost
+}
 
 int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule)
 {

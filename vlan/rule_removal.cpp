@@ -67,7 +67,7 @@ static void release_igmp_vlan(int logic_port, uint16_t data_vlan)
     drop_template_vlan(data_vlan);
 }
 
-// A rule is matched by its upstream VLAN alone; the VLAN released is the one asked for, not the rule's.
+// intended: a rule is matched by its upstream VLAN alone, and the VLAN released is the one asked for, not the rule's
 static void remove_igmp_rules(int logic_port, const vlanCfgNode &rule)
 {
     int32_t i = 0;
@@ -87,43 +87,6 @@ static void remove_igmp_rules(int logic_port, const vlanCfgNode &rule)
         release_igmp_vlan(logic_port, rule.in_data_vlan);
     }
 }
-
-} // namespace mcadapt
-
-using namespace mcadapt;
-
-int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *node)
-{
-    vlanCfgNode rule = *node;
-    LOG_CONFIG(Igmp,
-               "[onu_std_omci_delete_multicast_vlan] is in! port_index = %d,%d, %d, %d, %d, %d, %d, %d, %d, %d.\r\n",
-               rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan,
-               rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
-
-    if (flag_omci_version == 0) {
-        trace_tag_mode<Igmp>(rule);
-        derive_upstream(rule);
-    }
-    const int logic_port = find_logic_port<Igmp>(rule.portNO);
-    if (logic_port == kNoLogicPort) {
-        LOG_ERROR(Igmp, "\n port(%d) is invalid!", rule.portNO);
-        return -1;
-    }
-    LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
-    if (setVlanCfgNumber[logic_port] == 0) {
-        LOG_TRACE(Igmp, "\n vlan is not been disposed,use default vlan!");
-        return -1;
-    }
-    zero_untagged_user_side(rule);
-    remove_igmp_rules(logic_port, rule);
-
-    if (flag_omci_version == 0 && mld_onu_std_omci_delete_multicast_vlan(&rule) != 0)
-        LOG_ERROR(Igmp, "\n ERROR!mld_onu_std_omci_delete_multicast_vlan Fail");
-    LOG_ERROR(Igmp, "\n delete PortVlanCfg is not find!\n"); // intended: ends every removal, successful or not
-    return 0;
-}
-
-namespace mcadapt {
 
 static int32_t find_mld_rule(int logic_port, uint16_t in_up_vlan)
 {
@@ -201,6 +164,39 @@ static int32_t release_mld_vlan(uint16_t data_vlan)
 }
 
 } // namespace mcadapt
+
+using namespace mcadapt;
+
+int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *node)
+{
+    vlanCfgNode rule = *node;
+    LOG_CONFIG(Igmp,
+               "[onu_std_omci_delete_multicast_vlan] is in! port_index = %d,%d, %d, %d, %d, %d, %d, %d, %d, %d.\r\n",
+               rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan,
+               rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
+
+    if (flag_omci_version == 0) {
+        trace_tag_mode<Igmp>(rule);
+        derive_upstream(rule);
+    }
+    const int logic_port = find_logic_port<Igmp>(rule.portNO);
+    if (logic_port == kNoLogicPort) {
+        LOG_ERROR(Igmp, "\n port(%d) is invalid!", rule.portNO);
+        return -1;
+    }
+    LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
+    if (setVlanCfgNumber[logic_port] == 0) {
+        LOG_TRACE(Igmp, "\n vlan is not been disposed,use default vlan!");
+        return -1;
+    }
+    zero_untagged_user_side(rule);
+    remove_igmp_rules(logic_port, rule);
+
+    if (flag_omci_version == 0 && mld_onu_std_omci_delete_multicast_vlan(&rule) != 0)
+        LOG_ERROR(Igmp, "\n ERROR!mld_onu_std_omci_delete_multicast_vlan Fail");
+    LOG_ERROR(Igmp, "\n delete PortVlanCfg is not find!\n"); // intended: ends every removal, successful or not
+    return 0;
+}
 
 int32_t mld_onu_std_omci_delete_multicast_vlan(vlanCfgNode *rule)
 {

@@ -66,6 +66,22 @@ static void drop_one_template_vlan()
     compact_template_lists();
 }
 
+// intended: an unknown port is refused only after this, and then the rules of logic port 0 are gone
+static void clear_web_port(const vlanCfgNode &rule)
+{
+    int logic_port = find_logic_port<Igmp>(rule.portNO);
+    if (logic_port == kNoLogicPort)
+        logic_port = 0;
+    else
+        LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
+
+    enable_vlan_learning();
+    withdraw_previous_vlan(logic_port, rule.in_data_vlan);
+    drop_one_template_vlan();
+    clear_rule_row(PortVlanCfg[logic_port]);
+    setVlanCfgNumber[logic_port] = 0;
+}
+
 // Derives the upstream and output fields from the downstream ones; the order of the steps matters.
 static void complete_web_rule(vlanCfgNode &rule)
 {
@@ -86,14 +102,23 @@ static void complete_web_rule(vlanCfgNode &rule)
         rule.out_data_vlan = rule.in_data_vlan;
 }
 
-// The port was just cleared, so the rule becomes its first.
-static void store_only_rule(int logic_port, const vlanCfgNode &rule)
+// The port was just cleared, so there is room unless the engine's callbacks changed the tables in the meantime.
+static bool store_web_rule(int logic_port, const vlanCfgNode &rule)
 {
+    const int32_t count = setVlanCfgNumber[logic_port];
+    if (is_full(count, MC_RULES_PER_PORT))
+        return false;
+    vlanCfgNode &position = PortVlanCfg[logic_port][count];
+    if (!is_empty_position(position)) {
+        LOG_ERROR(Igmp, "\n PortVlan storege is wrong!");
+        return false;
+    }
     trace_before_add();
     dump_when_tracing(); // intended: the install dumps only afterwards
-    store_rule(PortVlanCfg[logic_port][0], rule);
-    setVlanCfgNumber[logic_port] = 1;
+    store_rule(position, rule);
+    ++setVlanCfgNumber[logic_port];
     trace_after_add();
+    return true;
 }
 
 // intended: no look for the VLAN in the list, so one set twice may be listed twice
@@ -111,25 +136,18 @@ using namespace mcadapt;
 int32_t std_omci_web_set_vlan(vlanCfgNode *rule)
 {
     LOG_CONFIG(Igmp, "onu_std_omci_web_set_vlan is in! port_index = %d\n", rule->portNO);
-    const int found_port = find_logic_port<Igmp>(rule->portNO);
-    if (found_port != kNoLogicPort)
-        LOG_TRACE(Igmp, "\n logicPort is %d", found_port);
-    // intended: an unknown port is refused only after the rules of logic port 0 are gone
-    const int logic_port = found_port == kNoLogicPort ? 0 : found_port;
+    clear_web_port(*rule);
 
-    enable_vlan_learning();
-    withdraw_previous_vlan(logic_port, rule->in_data_vlan);
-    drop_one_template_vlan();
-    clear_rule_row(PortVlanCfg[logic_port]);
-    setVlanCfgNumber[logic_port] = 0;
-    if (found_port == kNoLogicPort) {
+    const int logic_port = find_logic_port<Igmp>(rule->portNO);
+    if (logic_port == kNoLogicPort) {
         log_web_error(rule->portNO);
         return -1;
     }
     log_web_information(logic_port);
 
     complete_web_rule(*rule);
-    store_only_rule(logic_port, *rule);
+    if (!store_web_rule(logic_port, *rule))
+        return -1;
     list_web_vlan(rule->in_data_vlan);
     const int32_t status = byte_status(igmp_vlan_add(engine_vlan(rule->in_data_vlan)));
     if (status != 0)

@@ -37,7 +37,7 @@ MCADAPT_API int32_t send_pkt_mld(const uint8_t *packet, uint32_t port, mcTagDesc
 /**
  * Installs the forwarding entry of an IPv4 group.
  * @retval 0      Installed.
- * @retval other  Refused by the switch: the value of `tablereturn`, which may be 0.
+ * @retval other  Refused by the switch: what `igmp_set_table_return` makes of `tablereturn`, which may be 0.
  */
 MCADAPT_API int32_t igmp_add_grp(const mcGroupRecord *group);
 

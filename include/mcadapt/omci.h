@@ -19,15 +19,15 @@ typedef struct igmpSsmMapEntry {
     uint32_t word[5];
 } igmpSsmMapEntry;
 
-/* --- Protocol mode ------------------------------------------------------------------------------------------- */
+/* --- Protocol mode --- */
 
 /**
  * Sets the protocol mode: programs the switch's trap and flood settings and tells the engine.
  *
  * Stores the mode in `proxy_adapt_mode`, `multiMode` of `globle_parm` and `statusMode` of the status record.
  *
- * @param mode  Low byte: 3 control, 100 proxy, 5 snooping with flooding instead of trapping, any other (1 and 2 too)
- *              snooping.
+ * @param mode  Low byte: 3 control, 100 proxy, any other (1 and 2 too) snooping. A whole value of 5 makes the switch
+ *              flood instead of trap.
  * @return Full result of `igmp_mode_switch_globle`; a failure of the switch is printed only.
  */
 MCADAPT_API int32_t omci_set_multicast_mode(int32_t mode);
@@ -42,7 +42,7 @@ MCADAPT_API int32_t flood_trap(uint32_t mode);
 /** Tells the protocol mode. @param[out] out  Low byte of `statusMode`: 1, 2 or 3. @return 0. */
 MCADAPT_API int32_t omci_get_multicast_mode(uint8_t *out);
 
-/* --- Multicast VLAN rules by mode, default VLAN, reset --------------------------------------------------------- */
+/* --- Multicast VLAN rules by mode, default VLAN, reset --- */
 
 /**
  * Installs a rule built from a mode and one or two VLANs, for IGMP and MLD.
@@ -57,7 +57,11 @@ MCADAPT_API int32_t omci_get_multicast_mode(uint8_t *out);
  */
 MCADAPT_API int32_t igmp_port_vlan_and_mode_set(int32_t port_index, uint32_t mode, uint32_t vlan1, uint32_t vlan2);
 
-/** Removes the rule that `igmp_port_vlan_and_mode_set` builds from the same arguments. @return 0. */
+/**
+ * Removes the rule that `igmp_port_vlan_and_mode_set` builds from the same arguments. From then on the standard
+ * operations neither normalise nor serve MLD, as after an install by mode.
+ * @return 0.
+ */
 MCADAPT_API int32_t igmp_service_remove_port_config(int32_t port_index, uint32_t mode, uint32_t vlan1, uint32_t vlan2);
 
 /**
@@ -85,7 +89,12 @@ MCADAPT_API int32_t omci_get_voip_igmp_vid(void);
 MCADAPT_API int32_t omci_set_igmp_vid(void);
 MCADAPT_API int32_t omci_set_igmp_age_time(void);
 
-/** Wipes the IGMP rules, template VLANs, parameters and static list, and the engine's VLANs and groups. */
+/**
+ * Wipes the IGMP rules, template VLANs, parameters and static list, and the engine's VLANs and groups.
+ *
+ * Takes a new status block and leaves the old one behind; programs the protocol mode, and the switch with it, again.
+ * MLD and the static group counts keep what they hold.
+ */
 MCADAPT_API void omci_clear_igmp_all_parmeter(void);
 
 /**
@@ -97,7 +106,7 @@ MCADAPT_API void omci_clear_igmp_all_parmeter(void);
  */
 MCADAPT_API int32_t omci_clear_igmp_parmeter(uint32_t port, uint32_t type);
 
-/* --- Global protocol parameters: stored as given, the engine judges them --------------------------------------- */
+/* --- Global protocol parameters: stored as given, the engine judges them --- */
 
 /** Sets the IGMP timers; the query interval comes last. @return Full result of `igmp_para_globle_set`. */
 MCADAPT_API int32_t omci_set_igmp_global_parmeter(uint32_t robustness, uint32_t queryResponseInterval,
@@ -135,7 +144,7 @@ MCADAPT_API int32_t omci_set_igmp_dynamic_enable(uint32_t enable);
 /** Stores the age enable in `general_member_interval`; the engine learns it with the next set of timers. */
 MCADAPT_API void setIgmpAgeEnable(uint32_t enable);
 
-/* --- Per-port limits and leave mode ----------------------------------------------------------------------------- */
+/* --- Per-port limits and leave mode --- */
 
 /**
  * Sets the most groups a port may join; stored in `grouplimit` (low 16 bits) and `statusGroupLimit`.
@@ -172,7 +181,7 @@ MCADAPT_API int32_t omci_set_port_igmp_leave_mode(uint32_t port, uint32_t enable
 MCADAPT_API int32_t omci_set_port_to_control_multicast_list_table(uint32_t port, uint32_t opt, uint32_t dsVlan,
                                                                   uint32_t first, uint32_t last);
 
-/* --- Authorised and static groups --------------------------------------------------------------------------------- */
+/* --- Authorised and static groups --- */
 
 /**
  * Adds a range to the white list of the whole unit and turns the engine's group-limit function on.
@@ -210,7 +219,8 @@ MCADAPT_API int32_t omci_add_static_multi_acess_ctrl_table(uint32_t port, const 
 /**
  * Removes a run of static groups; arguments as `omci_add_static_multi_acess_ctrl_table`.
  *
- * Entries are freed in place; only the first `g_static_grp_num` entries are searched.
+ * Entries are found by their group alone; `vlan` is only handed to the engine. They are freed in place; only the first
+ * `g_static_grp_num` entries are searched.
  *
  * @return -1 for a bad port, VLAN or range, else the byte result of the last `igmp_if_static_group_source_del`, 0 if
  *         none was made.
@@ -225,8 +235,7 @@ MCADAPT_API int32_t omci_del_static_multi_acess_ctrl_table(uint32_t port, const 
  */
 MCADAPT_API int32_t omci_clear_all_static_multi_acess_ctrl_table(uint32_t port);
 
-/* --- Status --------------------------------------------------------------------------------------------------------
- */
+/* --- Status --- */
 
 /**
  * Lists the active groups.

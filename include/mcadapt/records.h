@@ -194,7 +194,7 @@ extern MCADAPT_API uint16_t PortVlan[MC_TEMPLATE_VLANS];
 extern MCADAPT_API int32_t setVlanNumber;
 /** The two logic ports. */
 extern MCADAPT_API portStateNode portState[MC_LOGIC_PORTS];
-/** Static groups, indexed by switch port number 0 or 1. */
+/** Static groups: the operations on them index by switch port number 0 or 1, the rule operations by logic port. */
 extern MCADAPT_API staticGroupEntry g_static_list[MC_LOGIC_PORTS][MC_STATIC_GROUPS_PER_PORT];
 /** Static groups per port. */
 extern MCADAPT_API int32_t g_static_grp_num[MC_LOGIC_PORTS];

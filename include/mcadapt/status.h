@@ -31,6 +31,7 @@ MCADAPT_API int32_t igmp_hal_sync_if_status(uint32_t port);
 
 /**
  * Counts the distinct `infoE` values of the active groups (of the first `std_cnt` modulo 256; at most 100 values).
+ * A value of 0 is counted every time.
  * @param[out] out  5 bytes, at any alignment: the count (16 bits, host byte order), 1, 1, 0.
  * @retval 0   Refreshed from the engine.
  * @retval -1  The refresh failed; the groups are those of the previous snapshot.

@@ -24,11 +24,13 @@ MCADAPT_API int32_t std_omci_set_multicast_mode(uint32_t mode);
 /**
  * Installs a multicast VLAN rule for IGMP and, until rules are set by mode, for MLD.
  *
- * Stores the rule in `PortVlanCfg`, its multicast VLAN once in `PortVlan` and registers that with `igmp_vlan_add`.
- * Turns VLAN learning on with an EPON uplink. Nothing is rolled back when the engine refuses.
+ * Stores the rule in `PortVlanCfg`, its multicast VLAN once in `PortVlan` and registers that with `igmp_vlan_add`;
+ * asks for the port's static groups again. Turns VLAN learning on with an EPON uplink. Nothing is rolled back when the
+ * engine refuses. A full rule table stores nothing and is not told of.
  *
- * @param rule  The rule; not changed. `in_up_vlan` 0xFFFF is derived from the downstream fields by tag mode.
- * @retval 0      Installed, or the template list is full (the rule is then stored all the same).
+ * @param rule  The rule; not changed. Until rules are set by mode, `in_up_vlan` 0xFFFF is derived from the downstream
+ *              fields by tag mode.
+ * @retval 0      Installed, or the template list is full (the rule is then stored all the same, but not for MLD).
  * @retval -1     Port not configured, or the MLD install refused.
  * @retval other  The MLD install's result, or the byte result of the last engine call when there was no MLD install.
  */
@@ -55,10 +57,11 @@ MCADAPT_API int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule);
 MCADAPT_API int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *rule);
 
 /**
- * Removes at most one MLD rule, matched by `in_up_vlan` and `in_data_vlan`, and releases its VLAN when unused.
+ * Removes at most one MLD rule: the first of the port with that `in_up_vlan`, if its `in_data_vlan` fits as well.
+ * Then releases the VLAN when no rule uses it, also when none was removed.
  * @param[in,out] rule  Describes the rule; normalised in place.
  * @retval 0      Done, nothing matched, or the VLAN is still used or the default.
- * @retval -1     Port not configured or without rules.
+ * @retval -1     Port not configured, without rules, or above 29.
  * @retval other  Full result of `mld_pack_set_mc_vlan`.
  */
 MCADAPT_API int32_t mld_onu_std_omci_delete_multicast_vlan(vlanCfgNode *rule);
@@ -112,9 +115,8 @@ MCADAPT_API int32_t std_omci_get_port_igmp_count(uint32_t port, uint32_t *out1, 
 /**
  * Lists the active groups.
  * @param[out] countOut  Groups listed, at most 512.
- * @param[out] buf       Room for 512 entries of 28 bytes, at any alignment: bytes 0-1 zero, then from byte 4 `infoB`,
- *                       group address, `infoD`, `infoE`, `infoF` in network byte order, byte 26 zero; others not
- * written.
+ * @param[out] buf       Room for 512 entries of 28 bytes, at any alignment: bytes 0-1 zero; from byte 4 `infoB`, group
+ *                       address, `infoD`, `infoE`, `infoF` in network byte order; byte 26 zero. Others are not written.
  * @return 0, also when the refresh failed; the groups are then those of the previous snapshot.
  */
 MCADAPT_API int32_t std_omci_get_multicast_ip_port(uint32_t *countOut, uint8_t *buf);

@@ -21,7 +21,8 @@ MCADAPT_BEGIN_DECLS
  * @param[in,out] rule  In: `portNO`, `prodntagmode`, `in_dn_vlan`, `out_dn_vlan`, `datedntagmode`, `in_data_vlan`,
  *                      `out_data_vlan`. Out: the rule as stored, with the fields derived from them.
  * @retval 0      Done.
- * @retval -1     The port is not configured; logic port 0 has then lost its rules all the same.
+ * @retval -1     The port is not configured (logic port 0 has then lost its rules all the same), or its first position
+ *                is taken.
  * @retval other  Low byte, sign-extended, of the engine's answer to the new VLAN; the rule stays stored.
  */
 MCADAPT_API int32_t std_omci_web_set_vlan(vlanCfgNode *rule);

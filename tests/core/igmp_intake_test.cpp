@@ -56,7 +56,7 @@ TEST_P(IgmpLayout, a_frame_that_is_too_short_for_its_layout_is_refused)
     for (const uint32_t length : {0u, 13u, GetParam().least - 1}) {
         SCOPED_TRACE(length);
         const ByteVector frame = report();
-        const ByteVector seen_part(frame.begin(), frame.begin() + length);
+        const ByteVector seen_part(frame.begin(), std::next(frame.begin(), static_cast<std::ptrdiff_t>(length)));
         EXPECT_EQ(take(frame, 0, length).result, -1);
         expect_log(frame, 0, length,
                    {trace("igmpL2PktProc is in! 0\n"), received(seen_part, 0),
@@ -247,7 +247,7 @@ TEST_F(IgmpAdmission, the_port_is_tested_before_the_length)
 
 TEST_F(IgmpAdmission, a_frame_of_the_unit_is_refused_before_it_is_classified)
 {
-    const ByteVector own = igmp_report("225.1.2.3").from("00:19:c6:01:02:03");
+    const ByteVector own = igmp_report("225.1.2.3").from("02:19:c6:01:02:03");
     const ByteVector seen_part(own.begin(), own.begin() + 13); // as an untagged frame it would be too short
     EXPECT_EQ(take(own, 0, 13).result, -1);
     expect_log(own, 0, 13, {trace("igmpL2PktProc is in! 0\n"), received(seen_part, 0), error(kOwnFrame)});
@@ -258,7 +258,7 @@ TEST_F(IgmpAdmission, a_frame_is_the_units_own_by_all_six_bytes)
     platform().answer("igmp_pkt_recv", 9);
     for (std::size_t byte = 6; byte < 12; ++byte) {
         SCOPED_TRACE(byte);
-        ByteVector frame = igmp_report("225.1.2.3").from("00:19:c6:01:02:03");
+        ByteVector frame = igmp_report("225.1.2.3").from("02:19:c6:01:02:03");
         frame[byte] ^= 1;
         EXPECT_EQ(take(frame).result, 9);
     }
@@ -270,7 +270,7 @@ TEST_F(IgmpAdmission, own_frames_are_those_of_sys_mac_alone)
     std::copy(other.begin(), other.end(), mld_sys_mac);
     platform().answer("igmp_pkt_recv", 9);
     EXPECT_EQ(take(igmp_report("225.1.2.3").from("00:1b:21:aa:bb:cc")).result, 9);
-    EXPECT_EQ(take(igmp_report("225.1.2.3").to("00:19:c6:01:02:03")).result, 9);
+    EXPECT_EQ(take(igmp_report("225.1.2.3").to("02:19:c6:01:02:03")).result, 9);
     EXPECT_EQ(take(igmp_report("225.1.2.3").from("00:00:00:00:00:00")).result, 9);
     std::fill(std::begin(sys_mac), std::end(sys_mac), uint8_t{0});
     EXPECT_EQ(take(igmp_report("225.1.2.3").from("00:00:00:00:00:00")).result, -1);
@@ -303,7 +303,7 @@ TEST_F(IgmpStores, a_refused_frame_leaves_its_port_alone)
     EXPECT_EQ(srcPortNum, 0);
     EXPECT_THAT(take(report, 29, 13).changed, ElementsAre("srcPortNum"));
     EXPECT_EQ(srcPortNum, 29);
-    EXPECT_THAT(take(igmp_report("225.1.2.3").from("00:19:c6:01:02:03"), 0).changed, ElementsAre("srcPortNum"));
+    EXPECT_THAT(take(igmp_report("225.1.2.3").from("02:19:c6:01:02:03"), 0).changed, ElementsAre("srcPortNum"));
     EXPECT_THAT(take(igmp_report("225.1.2.3").ethertype(0x0806), 29).changed, ElementsAre("srcPortNum"));
 }
 
@@ -320,7 +320,7 @@ protected:
     std::string dump_of(uint32_t length)
     {
         mc_debug = MC_DEBUG_RX_DUMP;
-        return take(igmp_report("225.1.2.3").from("00:19:c6:01:02:03"), 29, length).output;
+        return take(igmp_report("225.1.2.3").from("02:19:c6:01:02:03"), 29, length).output;
     }
 };
 
@@ -328,16 +328,16 @@ TEST_F(IgmpDump, breaks_after_sixteen_bytes_when_more_follow)
 {
     EXPECT_EQ(dump_of(33), "[igmpL2PktProc]: Pkt recv from port 29, len 33.\r\n"
                            "\r\n++++++++++++++++++++++++++++++++++++++++++++++++\r\n"
-                           "01 00 5e 01 02 03 00 19 c6 01 02 03 08 00 46 c0 \r\n"
+                           "01 00 5e 01 02 03 02 19 c6 01 02 03 08 00 46 c0 \r\n"
                            "00 20 00 00 40 00 01 02 f7 0a 0a 00 00 09 e1 01 \r\n"
                            "02 \r\n++++++++++++++++++++++++++++++++++++++++++++++++\r\n");
     EXPECT_EQ(dump_of(16), "[igmpL2PktProc]: Pkt recv from port 29, len 16.\r\n"
                            "\r\n++++++++++++++++++++++++++++++++++++++++++++++++\r\n"
-                           "01 00 5e 01 02 03 00 19 c6 01 02 03 08 00 46 c0 "
+                           "01 00 5e 01 02 03 02 19 c6 01 02 03 08 00 46 c0 "
                            "\r\n++++++++++++++++++++++++++++++++++++++++++++++++\r\n");
     EXPECT_EQ(dump_of(17), "[igmpL2PktProc]: Pkt recv from port 29, len 17.\r\n"
                            "\r\n++++++++++++++++++++++++++++++++++++++++++++++++\r\n"
-                           "01 00 5e 01 02 03 00 19 c6 01 02 03 08 00 46 c0 \r\n00 "
+                           "01 00 5e 01 02 03 02 19 c6 01 02 03 08 00 46 c0 \r\n00 "
                            "\r\n++++++++++++++++++++++++++++++++++++++++++++++++\r\n");
     EXPECT_EQ(dump_of(0), "[igmpL2PktProc]: Pkt recv from port 29, len 0.\r\n"
                           "\r\n++++++++++++++++++++++++++++++++++++++++++++++++\r\n"

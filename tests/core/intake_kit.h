@@ -90,7 +90,7 @@ inline std::string shown(const Log &log, uint32_t mask)
 /** A platform call, as it stands in a trace. */
 inline LogLine called(const std::string &call) { return {0, "<" + call + ">\n"}; }
 
-inline std::string number(long value) { return std::to_string(value); }
+inline std::string number(int64_t value) { return std::to_string(value); }
 
 /** A frame as both dumps print it. */
 inline std::string dumped(const ByteVector &frame)

@@ -104,7 +104,7 @@ TEST_F(ReceiveTask, the_first_three_bytes_choose_the_family)
     } kCases[] = {
         {"01:00:5e:01:02:03", true},  {"01:00:5e:ff:ff:ff", true},  {"01:00:5f:01:02:03", false},
         {"01:01:5e:01:02:03", false}, {"00:00:5e:01:02:03", false}, {"03:00:5e:01:02:03", false},
-        {"33:33:00:00:00:01", false}, {"ff:ff:ff:ff:ff:ff", false}, {"00:19:c6:01:02:03", false},
+        {"33:33:00:00:00:01", false}, {"ff:ff:ff:ff:ff:ff", false}, {"02:19:c6:01:02:03", false},
     };
     for (const auto &each : kCases) {
         SCOPED_TRACE(each.destination);
@@ -118,7 +118,7 @@ TEST_F(ReceiveTask, the_first_three_bytes_choose_the_family)
 TEST_F(ReceiveTask, a_unicast_igmp_frame_is_refused_by_the_mld_intake)
 {
     errors_logged();
-    platform().deliver(igmp_report("225.1.2.3").to("00:19:c6:01:02:03"), 0);
+    platform().deliver(igmp_report("225.1.2.3").to("02:19:c6:01:02:03"), 0);
     const auto seen = run();
     EXPECT_EQ(seen.output, "\r\n[MC_MLD_DBG_ERR]: Not ip pkt recieved,abord!(8)\r\n");
     EXPECT_THAT(seen.calls, ElementsAre("L2_multicast_read_msg()", "L2_multicast_read_msg()", "sleep(1)"));
@@ -144,7 +144,7 @@ TEST_F(ReceiveTask, goes_on_whatever_the_intakes_return)
     platform().answer("igmp_pkt_recv", -1);
     platform().answer("mld_pkt_recv", 5);
     platform().deliver(igmp_report("225.1.2.3"), 0);
-    platform().deliver(igmp_report("225.1.2.3").from("00:19:c6:01:02:03"), 0); // refused: the unit's own
+    platform().deliver(igmp_report("225.1.2.3").from("02:19:c6:01:02:03"), 0); // refused: the unit's own
     platform().deliver(mld_report("ff1e::1"), 0);
     platform().deliver(igmp_report("225.1.2.4"), 0);
     const auto seen = run();

@@ -22,7 +22,7 @@ TEST_F(SendPacketIgmp, a_query_to_the_uplink_becomes_a_tagged_frame)
         observe([&] { return send_pkt_igmp(packet.data(), 0xFFFF, &tag, static_cast<uint32_t>(packet.size())); });
 
     const std::string frame = "01005e010203"
-                              "0019c6aabbcc"
+                              "0219c6aabbcc"
                               "8100a0640800" +
                               hex(packet);
     EXPECT_EQ(seen.result, 0);
@@ -48,7 +48,7 @@ TEST_F(SendPacketIgmp, the_destination_is_made_of_the_low_23_bits_of_the_group)
         send_pkt_igmp(packet.data(), 29, &tag, 28);
         const ByteVector &frame = platform().sent.back().bytes;
         EXPECT_EQ(mac_text(frame.data()), c.mac);
-        EXPECT_EQ(mac_text(frame.data() + 6), "00:19:c6:aa:bb:cc");
+        EXPECT_EQ(mac_text(frame.data() + 6), "02:19:c6:aa:bb:cc");
         EXPECT_EQ(hex(frame).substr(36), hex(packet));
     }
 }

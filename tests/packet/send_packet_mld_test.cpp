@@ -22,7 +22,7 @@ TEST_F(SendPacketMld, a_query_to_the_uplink_carries_the_outer_tag_record)
 
     const ByteVector group(packet.begin() + 28, packet.begin() + 32);
     const std::string frame = "3333" + hex(group) +
-                              "0019c6aabbcc"
+                              "0219c6aabbcc"
                               "8100a06486dd" +
                               hex(packet);
     EXPECT_EQ(seen.result, 0);
@@ -41,7 +41,7 @@ TEST_F(SendPacketMld, the_destination_is_made_of_bytes_28_to_31_of_the_packet)
         std::fill(packet.begin() + 36, packet.begin() + 40, uint8_t{0x55});
         send_pkt_mld(packet.data(), 29, nullptr, 64);
         const ByteVector &frame = platform().sent.back().bytes;
-        EXPECT_EQ(hex(frame).substr(0, 24), "3333" + hex(taken) + "0019c6aabbcc");
+        EXPECT_EQ(hex(frame).substr(0, 24), "3333" + hex(taken) + "0219c6aabbcc");
         EXPECT_EQ(hex(frame).substr(36), hex(packet));
     }
 }

@@ -274,6 +274,17 @@ TEST_F(SnoopMld, a_frame_that_nothing_matches_is_told_with_its_port_and_once_mor
     }
 }
 
+TEST_F(SnoopMld, an_unmatched_frame_is_told_with_the_whole_port_number_and_sent_to_its_low_16_bits)
+{
+    put_mld_ports({0x10005, MC_PORT_TYPE_USER}, {kUplink, MC_PORT_TYPE_UPLINK});
+    put_mld_rules(0, {no_match(0)});
+    mld_debug = MC_DEBUG_TRACE;
+    const auto seen = from_uplink(tagged);
+    EXPECT_THAT(seen.output, ::testing::HasSubstr("port 65541 can't find vlanconfig in vlan 100!"));
+    ASSERT_EQ(platform().sent.size(), 1u);
+    EXPECT_EQ(platform().sent[0].ifindex, 5u);
+}
+
 TEST_F(SnoopMld, the_search_of_the_second_port_comes_when_its_turn_comes)
 {
     everything_logged();

@@ -153,7 +153,7 @@ protected:
         Side::other_source_port() = 99;
         Side::other_test_uplink() = 17;
         ponVlan = kPonVlan;
-        set_mac(Side::own_mac(), "00:19:c6:aa:bb:cc");
+        set_mac(Side::own_mac(), "02:19:c6:aa:bb:cc");
         set_mac(Side::other_mac(), "02:02:02:02:02:02");
         Side::put_tag(kTpid, 100, 5);
     }

@@ -85,7 +85,7 @@ public:
 
     uint8_t onu_id = 7;                                         /**< `vx_ploam_onuid_get` */
     uint32_t uplink_mode = 1;                                   /**< `vx_hal_nni_upmode_get`: 0 EPON, else GPON */
-    MacAddress unit_mac = {0x00, 0x19, 0xc6, 0x01, 0x02, 0x03}; /**< `get_mac_addr` */
+    MacAddress unit_mac = {0x02, 0x19, 0xc6, 0x01, 0x02, 0x03}; /**< `get_mac_addr` */
 
     /**
      * What `igmp_gather_grp_info` writes, as far as it fits. While it is empty the call gives no answer (0); when it

@@ -161,7 +161,7 @@ const std::vector<Scenario> kIntakeScenarios = {
     {"a port that is not configured", no_handler, untagged(1)},
     {"a length above 2000", no_handler, [](const Side &side) { side.take(side.report(), 0, 2001); }},
     {"a frame of the unit's own", no_handler,
-     [](const Side &side) { side.take(side.report().from("00:19:c6:01:02:03"), 0); }},
+     [](const Side &side) { side.take(side.report().from("02:19:c6:01:02:03"), 0); }},
     {"frames too short for their layouts", no_handler, too_short_for_every_layout},
     {"a frame of another type", no_handler, [](const Side &side) { side.take(side.report().ethertype(0x0806), 0); }},
     {"a packet of another protocol", no_handler,

@@ -416,5 +416,72 @@ TEST_F(WebEntry, information_comes_above_level_0_and_the_dumps_at_level_1_only)
     }
 }
 
+// --- What the engine's callbacks may change while the previous VLAN is withdrawn: the port is looked up again
+
+TEST_F(WebEntry, a_port_that_vanishes_in_mid_call_is_refused_behind_the_clearing)
+{
+    put_rules(0, {rule_of(0, 300)});
+    platform().on("igmp_vlan_del", [] { portState[0].portNo = 5; });
+
+    const auto seen = observe([] { return set(page(0, 70)); });
+
+    EXPECT_EQ(seen.result, -1);
+    EXPECT_EQ(seen.output, "\r\n [IGMP_ERROR]std_omci_web_set_vlan(1835): \n port(0) is invalid!\r\n");
+    EXPECT_EQ(setVlanCfgNumber[0], 0);
+    EXPECT_EQ(platform().count("igmp_vlan_add"), 0u);
+}
+
+TEST_F(WebEntry, a_rule_goes_behind_those_of_the_logic_port_that_the_port_has_by_then)
+{
+    put_rules(0, {rule_of(0, 300)});
+    put_rules(1, {rule_of(29, 400)});
+    platform().on("igmp_vlan_del", [] {
+        portState[0].portNo = 5;
+        portState[1].portNo = 0;
+    });
+
+    EXPECT_EQ(set(page(0, 70)), 0);
+
+    EXPECT_EQ(setVlanCfgNumber[0], 0);
+    EXPECT_EQ(setVlanCfgNumber[1], 2);
+    EXPECT_EQ(PortVlanCfg[1][0], rule_of(29, 400));
+    EXPECT_EQ(PortVlanCfg[1][1].in_data_vlan, 70);
+}
+
+TEST_F(WebEntry, a_row_that_is_full_by_then_refuses_the_rule_but_the_record_is_completed)
+{
+    put_rules(0, {rule_of(0, 300)});
+    platform().on("igmp_vlan_del", [] {
+        portState[0].portNo = 5;
+        portState[1].portNo = 0;
+        setVlanCfgNumber[1] = 16;
+    });
+    vlanCfgNode record = page(0, 70);
+
+    EXPECT_EQ(std_omci_web_set_vlan(&record), -1);
+
+    EXPECT_EQ(record.in_up_vlan, 50);
+    EXPECT_EQ(setVlanCfgNumber[1], 16);
+    EXPECT_EQ(platform().count("igmp_vlan_add"), 0u);
+}
+
+TEST_F(WebEntry, a_position_that_is_taken_by_then_is_reported_and_refuses_the_rule)
+{
+    errors_logged();
+    put_rules(0, {rule_of(0, 300)});
+    put_rules(1, {rule_of(29, 400)});
+    platform().on("igmp_vlan_del", [] {
+        portState[0].portNo = 5;
+        portState[1].portNo = 0;
+        setVlanCfgNumber[1] = 0;
+    });
+
+    const auto seen = observe([] { return set(page(0, 70)); });
+
+    EXPECT_EQ(seen.result, -1);
+    EXPECT_EQ(seen.output, "\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!");
+    EXPECT_EQ(PortVlanCfg[1][0], rule_of(29, 400));
+}
+
 } // namespace
 } // namespace mcadapt::test

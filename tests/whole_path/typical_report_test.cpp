@@ -64,7 +64,7 @@ private:
         EXPECT_EQ(seen.result, 0);
         EXPECT_EQ(seen.output, "");
         EXPECT_EQ(seen.calls.back(), "pal_task_create(0, \"tMCPktRecv\", 11, 0, 51200, igmp_adapt_pkt_recv_task)");
-        EXPECT_EQ(hex(sys_mac, 6), "0019c6010203");
+        EXPECT_EQ(hex(sys_mac, 6), "0219c6010203");
     }
 
     static void install_rule()
@@ -131,7 +131,7 @@ TEST_F(TypicalReport, igmp)
               "\r\n[MC_DBG_DBG]: searchSendPktPortCfgVlan from downlink,vlan(1000) config search!,cfgvlan(10)\r\n"
               "\r\n[MC_DBG_DBG]: [send_pkt_igmp]: searchSendPktPortCfgVlan num 1\r\n"
               "\r\n[MC_DBG_DBG]: l2_igmp_send_pkt  ifindex = 0 len = 50 srcPortNum = 0 ponVlan = 1000\r\n"
-              "<L2_multicast_send_msg(01005e0000010019c60102038100000a0800"
+              "<L2_multicast_send_msg(01005e0000010219c60102038100000a0800"
               "46c00020000040000102fa150a000001e0000001940400001164ee9b00000000, 0, 50, 0, 1000)>\n");
     EXPECT_EQ(tag.vid, 10);
 
@@ -142,7 +142,7 @@ TEST_F(TypicalReport, igmp)
               "\r\n[MC_DBG_DBG]: The port no is (29)\r\n"
               "\r\n[MC_DBG_DBG]: checkPortState 29"
               "\r\n[MC_DBG_DBG]: l2_igmp_send_pkt  ifindex = 29 len = 50 srcPortNum = 0 ponVlan = 1000\r\n"
-              "<L2_multicast_send_msg(01005e0102030019c60102038100a3e80800"
+              "<L2_multicast_send_msg(01005e0102030219c60102038100a3e80800"
               "46c00020000040000102f70a0a000009e101020394040000160006fbe1010203, 29, 50, 0, 1000)>\n");
 
     // Nobody answered.
