@@ -4,7 +4,10 @@ set -eu
 
 packages_for() {
     case $1 in
-    build) echo "g++ cmake make python3 binutils libgtest-dev libgmock-dev libbenchmark-dev" ;;
+    build)
+        echo "g++ cmake make python3 binutils libgtest-dev libgmock-dev libbenchmark-dev"
+        echo "pkg-config libpcap-dev libcli11-dev libfmt-dev nlohmann-json3-dev"
+        ;;
     arm) echo "g++-arm-linux-gnueabihf libc6-dev-armhf-cross qemu-user googletest" ;;
     lint) echo "clang-format clang-tidy" ;;
     coverage) echo "gcovr" ;;
