@@ -26,6 +26,7 @@ struct Igmp {
     static int32_t (&rule_counts())[MC_LOGIC_PORTS] { return setVlanCfgNumber; }
     static uint16_t (&template_vlans())[MC_TEMPLATE_VLANS] { return PortVlan; }
     static int32_t &template_count() { return setVlanNumber; }
+    static uint32_t &set_by_mode() { return flag_omci_version; }
     static uint32_t &test_uplink() { return testuplink; }
     static uint8_t &source_port() { return srcPortNum; }
     static uint8_t (&mac())[6] { return sys_mac; }
@@ -43,6 +44,7 @@ struct Mld {
     static int32_t (&rule_counts())[MC_LOGIC_PORTS] { return mldInitParams.mldSetVlanCfgNumber; }
     static uint32_t (&template_vlans())[MC_TEMPLATE_VLANS] { return mldInitParams.mldVlanList; }
     static int32_t &template_count() { return mldInitParams.setVlanNumber; }
+    static uint32_t &set_by_mode() { return mldInitParams.mldOmciVersion; }
     static uint32_t &test_uplink() { return mldInitParams.mldTestUplink; }
     static uint8_t &source_port() { return mldInitParams.mldSrcPortNum; }
     static uint8_t (&mac())[6] { return mld_sys_mac; }

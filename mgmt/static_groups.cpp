@@ -25,6 +25,21 @@ struct StaticList {
     bool full() const { return count == nullptr || is_full(*count, MC_STATIC_GROUPS_PER_PORT); }
 };
 
+/** A run of groups, wider than the octets that it comes from, so that one up to 255 ends. */
+struct GroupRange {
+    uint32_t first;
+    uint32_t last;
+};
+
+// Checks the port before the buffers are read, and the range behind it.
+static bool take_range(uint32_t port, const uint8_t *startBuf, const uint8_t *endBuf, uint16_t vlan, GroupRange &range)
+{
+    if (check_management_port(port) == kNoLogicPort)
+        return false;
+    range = {startBuf[kGroupOffset], endBuf[kGroupOffset]};
+    return check_range(range.first, range.last, vlan);
+}
+
 // A port beyond the table has a list without places.
 static StaticList static_list(uint32_t port)
 {
@@ -66,16 +81,13 @@ using namespace mcadapt;
 int32_t omci_add_static_multi_acess_ctrl_table(uint32_t port, const uint8_t *startBuf, const uint8_t *endBuf, uint32_t,
                                                uint16_t vlan)
 {
-    if (check_management_port(port) == kNoLogicPort)
-        return -1;
-    const uint32_t start = startBuf[kGroupOffset];
-    const uint32_t end = endBuf[kGroupOffset];
-    if (!check_range(start, end, vlan))
+    GroupRange range;
+    if (!take_range(port, startBuf, endBuf, vlan, range))
         return -1;
 
     const StaticList list = static_list(port);
     int32_t status = 0;
-    for (uint32_t group = start; group <= end; ++group) {
+    for (uint32_t group = range.first; group <= range.last; ++group) {
         status = byte_status(igmp_if_static_group_source_add(port, vlan, group, 0, 1));
         if (status != 0)
             LOG_ERROR(Igmp, "\n ERROR!igmp_if_static_group_source_add Fail");
@@ -87,17 +99,14 @@ int32_t omci_add_static_multi_acess_ctrl_table(uint32_t port, const uint8_t *sta
 int32_t omci_del_static_multi_acess_ctrl_table(uint32_t port, const uint8_t *startBuf, const uint8_t *endBuf, uint32_t,
                                                uint16_t vlan)
 {
-    if (check_management_port(port) == kNoLogicPort)
-        return -1;
-    const uint32_t start = startBuf[kGroupOffset];
-    const uint32_t end = endBuf[kGroupOffset];
-    if (!check_range(start, end, vlan))
+    GroupRange range;
+    if (!take_range(port, startBuf, endBuf, vlan, range))
         return -1;
 
     const StaticList list = static_list(port);
     const int32_t searched = list.searched();
     int32_t status = 0;
-    for (uint32_t group = start; group <= end; ++group) {
+    for (uint32_t group = range.first; group <= range.last; ++group) {
         for (int32_t i = 0; i < searched; ++i) {
             staticGroupEntry &entry = list.entries[i];
             if (entry.addr == group) // intended: the VLAN is not compared

@@ -9,6 +9,7 @@
 
 #include "core/families.h"
 #include "core/log.h"
+#include "core/ports.h"
 
 namespace mcadapt {
 
@@ -42,6 +43,25 @@ template <class F> inline void trace_tag_mode(const vlanCfgNode &rule)
 
 /** Derives upstream VLANs that are not set from the downstream ones, as the tag mode asks. */
 void derive_upstream(vlanCfgNode &rule);
+
+/**
+ * Normalises a rule, unless rules are set by mode, and finds the logic port of its port; both are logged.
+ *
+ * For all rule operations but the MLD install, whose lines are its own.
+ */
+template <class F> inline int take_rule(vlanCfgNode &rule)
+{
+    if (F::set_by_mode() == 0) {
+        trace_tag_mode<F>(rule);
+        derive_upstream(rule);
+    }
+    const int logic_port = find_logic_port<F>(rule.portNO);
+    if (logic_port == kNoLogicPort)
+        LOG_ERROR(F, "\n port(%d) is invalid!", rule.portNO);
+    else
+        LOG_TRACE(F, "\n logicPort is %d", logic_port);
+    return logic_port;
+}
 
 /** Without an upstream VLAN the user side of a rule is untagged: all its VLANs become 0. */
 void zero_untagged_user_side(vlanCfgNode &rule);

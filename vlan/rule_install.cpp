@@ -177,16 +177,9 @@ int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *node)
                rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
 
     int32_t status = learn_vlans_on_epon();
-    if (flag_omci_version == 0) {
-        trace_tag_mode<Igmp>(rule);
-        derive_upstream(rule);
-    }
-    const int logic_port = find_logic_port<Igmp>(rule.portNO);
-    if (logic_port == kNoLogicPort) {
-        LOG_ERROR(Igmp, "\n port(%d) is invalid!", rule.portNO);
+    const int logic_port = take_rule<Igmp>(rule);
+    if (logic_port == kNoLogicPort)
         return -1;
-    }
-    LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
     zero_untagged_user_side(rule);
 
     if (install_igmp_rule(logic_port, rule, status) == Outcome::kEnds)

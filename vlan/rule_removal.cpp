@@ -175,16 +175,9 @@ int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *node)
                rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan,
                rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
 
-    if (flag_omci_version == 0) {
-        trace_tag_mode<Igmp>(rule);
-        derive_upstream(rule);
-    }
-    const int logic_port = find_logic_port<Igmp>(rule.portNO);
-    if (logic_port == kNoLogicPort) {
-        LOG_ERROR(Igmp, "\n port(%d) is invalid!", rule.portNO);
+    const int logic_port = take_rule<Igmp>(rule);
+    if (logic_port == kNoLogicPort)
         return -1;
-    }
-    LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
     if (setVlanCfgNumber[logic_port] == 0) {
         LOG_TRACE(Igmp, "\n vlan is not been disposed,use default vlan!");
         return -1;
@@ -201,16 +194,9 @@ int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *node)
 int32_t mld_onu_std_omci_delete_multicast_vlan(vlanCfgNode *rule)
 {
     LOG_TRACE(Mld, "onu_std_omci_delete_multicast_vlan is in! port_index = %d\n", rule->portNO);
-    if (mldInitParams.mldOmciVersion == 0) {
-        trace_tag_mode<Mld>(*rule);
-        derive_upstream(*rule);
-    }
-    const int logic_port = find_logic_port<Mld>(rule->portNO);
-    if (logic_port == kNoLogicPort) {
-        LOG_ERROR(Mld, "\n port(%d) is invalid!", rule->portNO);
+    const int logic_port = take_rule<Mld>(*rule);
+    if (logic_port == kNoLogicPort)
         return -1;
-    }
-    LOG_TRACE(Mld, "\n logicPort is %d", logic_port);
     if (mldInitParams.mldSetVlanCfgNumber[logic_port] == 0) {
         LOG_TRACE(Mld, "\n vlan is not been disposed,use default vlan!");
         return -1;
