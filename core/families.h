@@ -20,16 +20,16 @@ using RuleTable = vlanCfgNode[MC_LOGIC_PORTS][MC_RULES_PER_PORT];
 
 struct Igmp {
     static constexpr bool kMld = false;
-    static uint32_t &debug() { return mc_debug; }
-    static portStateNode (&ports())[MC_LOGIC_PORTS] { return portState; }
+    static auto &debug() { return mc_debug; }
+    static auto &ports() { return portState; }
     static RuleTable &rules() { return PortVlanCfg; }
-    static int32_t (&rule_counts())[MC_LOGIC_PORTS] { return setVlanCfgNumber; }
-    static uint16_t (&template_vlans())[MC_TEMPLATE_VLANS] { return PortVlan; }
-    static int32_t &template_count() { return setVlanNumber; }
-    static uint32_t &set_by_mode() { return flag_omci_version; }
-    static uint32_t &test_uplink() { return testuplink; }
-    static uint8_t &source_port() { return srcPortNum; }
-    static uint8_t (&mac())[6] { return sys_mac; }
+    static auto &rule_counts() { return setVlanCfgNumber; }
+    static auto &template_vlans() { return PortVlan; }
+    static auto &template_count() { return setVlanNumber; }
+    static auto &set_by_mode() { return flag_omci_version; }
+    static auto &test_uplink() { return testuplink; }
+    static auto &source_port() { return srcPortNum; }
+    static auto &mac() { return sys_mac; }
     static int32_t send(const uint8_t *frame, uint16_t length, uint16_t port)
     {
         return l2_igmp_send_pkt(frame, length, port);
@@ -38,16 +38,16 @@ struct Igmp {
 
 struct Mld {
     static constexpr bool kMld = true;
-    static uint32_t &debug() { return mld_debug; }
-    static portStateNode (&ports())[MC_LOGIC_PORTS] { return mldInitParams.mldPortState; }
+    static auto &debug() { return mld_debug; }
+    static auto &ports() { return mldInitParams.mldPortState; }
     static RuleTable &rules() { return mldInitParams.mldPortVlanCfg; }
-    static int32_t (&rule_counts())[MC_LOGIC_PORTS] { return mldInitParams.mldSetVlanCfgNumber; }
-    static uint32_t (&template_vlans())[MC_TEMPLATE_VLANS] { return mldInitParams.mldVlanList; }
-    static int32_t &template_count() { return mldInitParams.setVlanNumber; }
-    static uint32_t &set_by_mode() { return mldInitParams.mldOmciVersion; }
-    static uint32_t &test_uplink() { return mldInitParams.mldTestUplink; }
-    static uint8_t &source_port() { return mldInitParams.mldSrcPortNum; }
-    static uint8_t (&mac())[6] { return mld_sys_mac; }
+    static auto &rule_counts() { return mldInitParams.mldSetVlanCfgNumber; }
+    static auto &template_vlans() { return mldInitParams.mldVlanList; }
+    static auto &template_count() { return mldInitParams.setVlanNumber; }
+    static auto &set_by_mode() { return mldInitParams.mldOmciVersion; }
+    static auto &test_uplink() { return mldInitParams.mldTestUplink; }
+    static auto &source_port() { return mldInitParams.mldSrcPortNum; }
+    static auto &mac() { return mld_sys_mac; }
     static int32_t send(const uint8_t *frame, uint16_t length, uint16_t port)
     {
         return mld_l2_igmp_send_pkt(frame, length, port);

@@ -6,7 +6,8 @@
  *
  *     LOG_ERROR(Igmp, "\n port(%d) is invalid!", port);   // prints "\r\n[MC_DBG_ERR]: \n port(%d) is invalid!"
  *
- * The compiler checks each format. A closed gate costs a load and a branch; arguments are then not computed.
+ * The compiler checks each format. A closed gate costs a load and a branch; arguments are then not computed. The
+ * families' messages differ by their prefix alone, so a message that both print is kept once.
  */
 #ifndef MCADAPT_CORE_LOG_H
 #define MCADAPT_CORE_LOG_H
@@ -14,30 +15,31 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "core/families.h"
 #include "mcadapt/diagnostics.h"
 
 namespace mcadapt {
 
 // Inlined even when optimising for size, where a call would cost more than the test.
-[[gnu::always_inline]] inline bool on(const uint32_t &mask, uint32_t bit)
+[[gnu::always_inline]] inline bool on(uint32_t mask, uint32_t bit)
 {
-    return __builtin_expect((__atomic_load_n(&mask, __ATOMIC_RELAXED) & bit) != 0, false);
+    return __builtin_expect((mask & bit) != 0, false);
 }
+
+/** Prints a message of a family and a log class (one of `MC_DEBUG_...`) behind its prefix. */
+template <class F, uint32_t log_class>
+[[gnu::cold, gnu::format(printf, 1, 2)]] void print_message(const char *format, ...);
 
 } // namespace mcadapt
 
-#define LOG_TRACE(F, ...) LOG_GATED_(F, MC_DEBUG_TRACE, "DBG", __VA_ARGS__)
-#define LOG_ERROR(F, ...) LOG_GATED_(F, MC_DEBUG_ERROR, "ERR", __VA_ARGS__)
-#define LOG_CONFIG(F, ...) LOG_GATED_(F, MC_DEBUG_CONFIG, "CFG", __VA_ARGS__)
+#define LOG_TRACE(F, ...) LOG_GATED_(F, MC_DEBUG_TRACE, __VA_ARGS__)
+#define LOG_ERROR(F, ...) LOG_GATED_(F, MC_DEBUG_ERROR, __VA_ARGS__)
+#define LOG_CONFIG(F, ...) LOG_GATED_(F, MC_DEBUG_CONFIG, __VA_ARGS__)
 
-#define LOG_GATED_(F, bit, cls, ...)                                                                                   \
+#define LOG_GATED_(F, log_class, ...)                                                                                  \
     do {                                                                                                               \
-        if (mcadapt::on(F::debug(), bit)) {                                                                            \
-            if constexpr (F::kMld)                                                                                     \
-                printf("\r\n[MC_MLD_DBG_" cls "]: " __VA_ARGS__);                                                      \
-            else                                                                                                       \
-                printf("\r\n[MC_DBG_" cls "]: " __VA_ARGS__);                                                          \
-        }                                                                                                              \
+        if (mcadapt::on(F::debug(), log_class))                                                                        \
+            mcadapt::print_message<F, log_class>(__VA_ARGS__);                                                         \
     } while (0)
 
 #endif

@@ -11,6 +11,13 @@
 
 using namespace mcadapt;
 
+// Initialised before any code runs: no start-up code, and no moment at which another object's could find them empty.
+#if defined(__clang__)
+#define CONSTANT_INIT_ [[clang::require_constant_initialization]]
+#else
+#define CONSTANT_INIT_ __constinit
+#endif
+
 // Sixteen cleared rules, for each logic port.
 #define CLEARED_RULES_4_ kEmptyRule, kEmptyRule, kEmptyRule, kEmptyRule
 #define CLEARED_ROW_                                                                                                   \
@@ -32,30 +39,30 @@ using namespace mcadapt;
 
 extern "C" {
 
-igmpGlobleParm globle_parm = loaded_igmp_parameters();
-mldInitParm mldInitParams = loaded_mld_side();
+CONSTANT_INIT_ igmpGlobleParm globle_parm = loaded_igmp_parameters();
+CONSTANT_INIT_ mldInitParm mldInitParams = loaded_mld_side();
 
-vlanCfgNode PortVlanCfg[MC_LOGIC_PORTS][MC_RULES_PER_PORT] = CLEARED_TABLE_;
-int32_t setVlanCfgNumber[MC_LOGIC_PORTS] = {};
-uint16_t PortVlan[MC_TEMPLATE_VLANS] = {};
-int32_t setVlanNumber = 0;
-portStateNode portState[MC_LOGIC_PORTS] = {kStartPorts[0], kStartPorts[1]};
-staticGroupEntry g_static_list[MC_LOGIC_PORTS][MC_STATIC_GROUPS_PER_PORT] = {FREE_LIST_, FREE_LIST_};
-int32_t g_static_grp_num[MC_LOGIC_PORTS] = {};
-grp_info *mc_status_global = nullptr;
+CONSTANT_INIT_ vlanCfgNode PortVlanCfg[MC_LOGIC_PORTS][MC_RULES_PER_PORT] = CLEARED_TABLE_;
+CONSTANT_INIT_ MC_SHARED(int32_t) setVlanCfgNumber[MC_LOGIC_PORTS] = {};
+CONSTANT_INIT_ MC_SHARED(uint16_t) PortVlan[MC_TEMPLATE_VLANS] = {};
+CONSTANT_INIT_ MC_SHARED(int32_t) setVlanNumber = 0;
+CONSTANT_INIT_ portStateNode portState[MC_LOGIC_PORTS] = {kStartPorts[0], kStartPorts[1]};
+CONSTANT_INIT_ staticGroupEntry g_static_list[MC_LOGIC_PORTS][MC_STATIC_GROUPS_PER_PORT] = {FREE_LIST_, FREE_LIST_};
+CONSTANT_INIT_ MC_SHARED(int32_t) g_static_grp_num[MC_LOGIC_PORTS] = {};
+CONSTANT_INIT_ MC_SHARED(grp_info *) mc_status_global = nullptr;
 
-uint16_t defaultVlan = kStartDefaultVlan;
-uint32_t testuplink = MC_NO_TEST_UPLINK;
-uint32_t tablereturn = 1;
-int32_t igmp_adapt = -1;
-uint32_t flag_omci_version = 0;
-uint8_t proxy_adapt_mode = 0;
-uint8_t srcPortNum = 0;
-uint32_t ponVlan = 0;
+CONSTANT_INIT_ MC_SHARED(uint16_t) defaultVlan = kStartDefaultVlan;
+CONSTANT_INIT_ MC_SHARED(uint32_t) testuplink = MC_NO_TEST_UPLINK;
+CONSTANT_INIT_ MC_SHARED(uint32_t) tablereturn = 1;
+CONSTANT_INIT_ MC_SHARED(int32_t) igmp_adapt = -1;
+CONSTANT_INIT_ MC_SHARED(uint32_t) flag_omci_version = 0;
+CONSTANT_INIT_ MC_SHARED(uint8_t) proxy_adapt_mode = 0;
+CONSTANT_INIT_ MC_SHARED(uint8_t) srcPortNum = 0;
+CONSTANT_INIT_ MC_SHARED(uint32_t) ponVlan = 0;
 uint8_t sys_mac[6] = {};
 uint8_t mld_sys_mac[6] = {};
-uint32_t mc_debug = 0;
-uint32_t mld_debug = 0;
+CONSTANT_INIT_ MC_SHARED(uint32_t) mc_debug = 0;
+CONSTANT_INIT_ MC_SHARED(uint32_t) mld_debug = 0;
 sem_t gSemIgmpv3 = {};
 
 } // extern "C"
@@ -63,7 +70,7 @@ sem_t gSemIgmpv3 = {};
 // The layouts are part of the binary interface, the same on every processor.
 template <class R> constexpr bool is_plain_record()
 {
-    return std::is_standard_layout_v<R> && std::is_trivially_copyable_v<R>;
+    return std::is_standard_layout_v<R> && std::is_trivially_destructible_v<R>;
 }
 
 static_assert(is_plain_record<vlanCfgNode>() && sizeof(vlanCfgNode) == 20);

@@ -10,15 +10,18 @@
 
 namespace mcadapt {
 
+// Out of line: eleven loads and stores are too many to repeat wherever a rule is copied.
+[[gnu::noinline]] void copy_rule(vlanCfgNode &to, const vlanCfgNode &from) { to = from; }
+
 void clear_rule_row(RuleRow &row)
 {
     for (vlanCfgNode &rule : row)
-        rule = kEmptyRule;
+        clear_rule(rule);
 }
 
 void clear_template_list()
 {
-    for (uint16_t &vlan : PortVlan)
+    for (auto &vlan : PortVlan)
         vlan = 0;
     setVlanNumber = 0;
 }
@@ -32,9 +35,10 @@ void set_start_ports()
 // The previous block, if there was one, is deliberately left behind: a query on another thread may be reading it.
 static void take_status_block()
 {
-    mc_status_global = static_cast<grp_info *>(calloc(1, sizeof(grp_info)));
-    if (mc_status_global != nullptr)
-        mc_status_global->statusMode = 1;
+    const auto block = static_cast<grp_info *>(calloc(1, sizeof(grp_info)));
+    if (block != nullptr)
+        block->statusMode = 1;
+    mc_status_global = block;
 }
 
 static void free_static_groups()

@@ -54,7 +54,7 @@ constexpr igmpGlobleParm start_igmp_parameters()
     return parm;
 }
 
-template <std::size_t N> constexpr void copy_text(char (&field)[20], const char (&text)[N])
+template <std::size_t N> constexpr void copy_text(MC_SHARED(char) (&field)[20], const char (&text)[N])
 {
     static_assert(N <= 20);
     for (std::size_t i = 0; i < N; ++i)
@@ -86,7 +86,7 @@ constexpr void set_start_mld_parameters(mldInitParm &mld)
     mld.setVlanNumber = 0;
     for (mldPortParm &port : mld.mldPort)
         port = {};
-    for (uint16_t &vlan : mld.mldTemplateVlan)
+    for (auto &vlan : mld.mldTemplateVlan)
         vlan = 0;
     mld.defaultVlan = kStartDefaultVlan;
     mld.multiMode = 2;
@@ -113,6 +113,11 @@ constexpr mldInitParm loaded_mld_side()
     }
     return mld;
 }
+
+/** Copies a rule, field by field. */
+void copy_rule(vlanCfgNode &to, const vlanCfgNode &from);
+
+inline void clear_rule(vlanCfgNode &rule) { copy_rule(rule, kEmptyRule); }
 
 /** Clears every position of one port's rules. */
 void clear_rule_row(RuleRow &row);

@@ -110,7 +110,7 @@ int32_t igmp_adapt_port_conf_set()
 {
     LOG_CONFIG(Igmp, "igmp_adapt_port_conf_set is in\r\n");
     for (const portStateNode &port : portState) {
-        const uint32_t declared = port.portType == MC_PORT_TYPE_UPLINK ? kEngineUplinkPort : port.portNo;
+        const uint32_t declared = port.portType == MC_PORT_TYPE_UPLINK ? kEngineUplinkPort : uint32_t{port.portNo};
         if (byte_status(igmp_port_add_all_vlan(declared)) != 0) {
             LOG_ERROR(Igmp, "\n ERROR!igmp_port_conf_set Fail");
             return -1;

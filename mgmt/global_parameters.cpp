@@ -10,6 +10,9 @@
 
 using namespace mcadapt;
 
+// As many of the value's low bits as the field holds.
+template <class T> static void store_cut(MC_SHARED(T) &field, uint32_t value) { field = static_cast<T>(value); }
+
 static int32_t whole_status(int32_t code) { return code; }
 
 // The operations on one parameter, a row each: they print, store in a field of `globle_parm`, call the engine with the
@@ -38,7 +41,7 @@ static int32_t whole_status(int32_t code) { return code; }
     int32_t operation(uint32_t value)                                                                                  \
     {                                                                                                                  \
         LOG_CONFIG(Igmp, entry, value);                                                                                \
-        globle_parm.field = static_cast<decltype(globle_parm.field)>(value);                                           \
+        store_cut(globle_parm.field, value);                                                                           \
         const int32_t status = result(engine_call(value));                                                             \
         if (status != 0)                                                                                               \
             LOG_ERROR(Igmp, error);                                                                                    \
@@ -115,7 +118,7 @@ int32_t omci_igmp_ssm_map_globle_set(igmpSsmMapEntry entry)
         globle_parm.ssm_map[i] = entry.word[i];
     globle_parm.ssm_map_arg5 = entry.word[4];
     // The engine reads all five words: the fifth stands right behind the four.
-    const int32_t status = byte_status(igmp_ssm_map_change(globle_parm.ssm_map));
+    const int32_t status = byte_status(igmp_ssm_map_change(plain(globle_parm.ssm_map)));
     if (status != 0)
         LOG_ERROR(Igmp, "\n ERROR!igmp_adapt_ssm_map_change Fail");
     return status;

@@ -48,8 +48,8 @@ using namespace mcadapt;
 int32_t mc_oam_set_onu_fast_leave(uint32_t state)
 {
     LOG_CONFIG(Igmp, "[mc_oam_set_onu_fast_leave]: .\r\n");
-    if (mc_status_global != nullptr)
-        mc_status_global->oamFastLeave = state;
+    if (grp_info *const status = mc_status_global)
+        status->oamFastLeave = state;
     // intended: always port 0
     if (omci_set_port_igmp_leave_mode(0, state == kOamFastLeaveOn ? 1 : 0) != 0)
         LOG_ERROR(Igmp, "omci_set_port_igmp_leave_mode is error\r\n");

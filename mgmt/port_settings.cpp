@@ -42,8 +42,8 @@ int32_t omci_set_port_igmpgroup_limit(uint32_t port, int32_t limit)
     if (limit == 0)
         limit = kNoGroupLimit;
     globle_parm.port[logic_port].grouplimit = static_cast<uint16_t>(limit);
-    if (mc_status_global != nullptr)
-        mc_status_global->statusGroupLimit[logic_port] = static_cast<uint32_t>(limit);
+    if (grp_info *const status = mc_status_global)
+        status->statusGroupLimit[logic_port] = static_cast<uint32_t>(limit);
     const int32_t status = byte_status(igmp_if_max_group_num_set(port, limit));
     if (status != 0)
         LOG_ERROR(Igmp, "\n ERROR!igmp_if_max_group_num_set Fail");
@@ -64,10 +64,11 @@ int32_t omci_get_port_igmpgroup_limit(uint32_t port, uint16_t *out)
     LOG_CONFIG(Igmp, "[omci_get_port_igmpgroup_limit]: port %d.\r\n", port);
     // intended: indexed by the number given, not by its logic port; the mode word lies behind the two limits
     uint32_t limit = 0;
-    if (mc_status_global != nullptr && port < MC_LOGIC_PORTS)
-        limit = mc_status_global->statusGroupLimit[port];
-    else if (mc_status_global != nullptr && port == MC_LOGIC_PORTS)
-        limit = mc_status_global->statusMode;
+    const grp_info *const status = mc_status_global;
+    if (status != nullptr && port < MC_LOGIC_PORTS)
+        limit = status->statusGroupLimit[port];
+    else if (status != nullptr && port == MC_LOGIC_PORTS)
+        limit = status->statusMode;
     *out = static_cast<uint16_t>(limit);
     return 0;
 }

@@ -34,9 +34,9 @@ static void report_refused_mode(uint8_t stored)
 {
     // intended: the texts differ by a line break
     if (stored == kControl)
-        LOG_ERROR(Igmp, "ERROR!proxy_adapt_mode =%d ", proxy_adapt_mode);
+        LOG_ERROR(Igmp, "ERROR!proxy_adapt_mode =%d ", +proxy_adapt_mode);
     else
-        LOG_ERROR(Igmp, "\n ERROR!proxy_adapt_mode =%d ", proxy_adapt_mode);
+        LOG_ERROR(Igmp, "\n ERROR!proxy_adapt_mode =%d ", +proxy_adapt_mode);
 }
 
 } // namespace mcadapt
@@ -84,8 +84,8 @@ int32_t omci_set_multicast_mode(int32_t mode)
     const uint8_t stored = stored_mode(proxy_adapt_mode);
     proxy_adapt_mode = stored;
     globle_parm.multiMode = stored;
-    if (mc_status_global != nullptr)
-        mc_status_global->statusMode = stored;
+    if (grp_info *const status = mc_status_global)
+        status->statusMode = stored;
 
     const int32_t ret = igmp_mode_switch_globle(stored);
     if (ret != 0)
@@ -109,6 +109,7 @@ int32_t std_omci_set_multicast_mode(uint32_t mode)
 int32_t omci_get_multicast_mode(uint8_t *out)
 {
     LOG_CONFIG(Igmp, "[omci_get_multicast_mode]: \r\n");
-    *out = mc_status_global == nullptr ? 0 : static_cast<uint8_t>(mc_status_global->statusMode);
+    const grp_info *const status = mc_status_global;
+    *out = status == nullptr ? 0 : static_cast<uint8_t>(status->statusMode);
     return 0;
 }

@@ -18,11 +18,10 @@ static constexpr int kGroupOffset = 13;
 /** The static groups of one port. intended: indexed by the port number itself, not by its logic port */
 struct StaticList {
     staticGroupEntry *entries;
-    int32_t *count;
+    MC_SHARED(int32_t) *count;
 
     // intended: only the first `count` entries are searched, although entries in use may lie behind a hole
     int32_t searched() const { return count == nullptr ? 0 : entries_to_walk(*count, MC_STATIC_GROUPS_PER_PORT); }
-    bool full() const { return count == nullptr || is_full(*count, MC_STATIC_GROUPS_PER_PORT); }
 };
 
 /** A run of groups, wider than the octets that it comes from, so that one up to 255 ends. */
@@ -51,12 +50,13 @@ static StaticList static_list(uint32_t port)
 // intended: the place at the count is taken even if an entry behind a hole is in use there
 static void record_group(const StaticList &list, uint16_t vlan, uint32_t group)
 {
-    if (list.full()) {
+    const int32_t place = list.count == nullptr ? MC_STATIC_GROUPS_PER_PORT : +*list.count;
+    if (is_full(place, MC_STATIC_GROUPS_PER_PORT)) {
         LOG_ERROR(Igmp, "\n ERROR!igmp_if_static_group_source_add full!");
         return;
     }
-    list.entries[*list.count].vlan = vlan;
-    list.entries[*list.count].addr = group;
+    list.entries[place].vlan = vlan;
+    list.entries[place].addr = group;
     ++*list.count;
 }
 
@@ -131,8 +131,8 @@ int32_t omci_clear_all_static_multi_acess_ctrl_table(uint32_t port)
             status = leave_group(list, entry, port, entry.vlan, entry.addr);
     }
     if (list.count != nullptr && *list.count != 0) {
-        LOG_ERROR(Igmp, "\n g_static_grp_num[portNo] = %d", *list.count);
-        LOG_ERROR(Igmp, "\n g_static_list[portNo][0] = %d", list.entries[0].vlan);
+        LOG_ERROR(Igmp, "\n g_static_grp_num[portNo] = %d", +*list.count);
+        LOG_ERROR(Igmp, "\n g_static_list[portNo][0] = %d", +list.entries[0].vlan);
         LOG_ERROR(Igmp, "\n ERROR!onu_std_clear_all_static_multi_acess_ctrl_table port[%d] Fail", port);
     }
     return status;

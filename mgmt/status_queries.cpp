@@ -30,8 +30,8 @@ struct IpPortEntry {
     static constexpr uint32_t kBytes = 8;
     static void write(uint8_t *at, const grpRecord &group)
     {
-        put(at + 0, group.groupAddress);
-        put(at + 4, group.userPort);
+        put<uint32_t>(at + 0, group.groupAddress);
+        put<uint8_t>(at + 4, group.userPort);
     }
 };
 
@@ -40,13 +40,13 @@ struct StdIpPortEntry {
     static constexpr uint32_t kBytes = 28;
     static void write(uint8_t *at, const grpRecord &group)
     {
-        put(at + 0, uint16_t{0});
+        put<uint16_t>(at + 0, 0);
         put_be32(at + 4, group.infoB);
         put_be32(at + 8, group.groupAddress);
         put_be32(at + 12, group.infoD);
         put_be32(at + 16, group.infoE);
         put_be32(at + 20, group.infoF);
-        put(at + 26, uint8_t{0});
+        put<uint8_t>(at + 26, 0);
     }
 };
 
@@ -55,21 +55,21 @@ struct OamControlEntry {
     static constexpr uint32_t kBytes = 10;
     static void write(uint8_t *at, const grpRecord &group)
     {
-        put(at + 0, uint16_t{group.userPort});
-        put(at + 2, group.vlanId);
-        put(at + 4, uint16_t{0});
-        put(at + 6, group.groupAddress);
+        put<uint16_t>(at + 0, group.userPort);
+        put<uint16_t>(at + 2, group.vlanId);
+        put<uint16_t>(at + 4, 0);
+        put<uint32_t>(at + 6, group.groupAddress);
     }
 };
 
-template <class Entry> static void write_entries(uint8_t *at, uint32_t count)
+template <class Entry> static void write_entries(uint8_t *at, const Groups &groups)
 {
-    for (uint32_t i = 0; i < count; ++i)
-        Entry::write(at + i * Entry::kBytes, group_record(i));
+    for (uint32_t i = 0; i < groups.count; ++i)
+        Entry::write(at + i * Entry::kBytes, groups.record[i]);
 }
 
 // The OAM formats have room for a byte of count: of 300 groups they show 44.
-static uint32_t byte_count() { return static_cast<uint8_t>(group_count()); }
+static Groups cut_to_byte_count(const Groups &groups) { return {groups.record, static_cast<uint8_t>(groups.count)}; }
 
 static constexpr uint8_t kGroupControlAnswer = 3;
 
@@ -102,10 +102,10 @@ int32_t omci_get_multicast_ip_port(uint32_t *countOut, uint8_t *buf)
 {
     LOG_CONFIG(Igmp, "\n omci_get_multicast_ip_port!");
     refresh_groups();
-    const uint32_t count = group_count();
-    *countOut = count;
-    printf("omci grp_info->std_cnt = %d\n", count);
-    write_entries<IpPortEntry>(buf, count);
+    const Groups groups = groups_now();
+    *countOut = groups.count;
+    printf("omci grp_info->std_cnt = %d\n", groups.count);
+    write_entries<IpPortEntry>(buf, groups);
     return 0; // intended: also when the refresh failed
 }
 
@@ -113,10 +113,10 @@ int32_t std_omci_get_multicast_ip_port(uint32_t *countOut, uint8_t *buf)
 {
     LOG_CONFIG(Igmp, "\n [std_omci_get_multicast_ip_port] ");
     refresh_groups();
-    const uint32_t count = group_count();
-    *countOut = count;
-    printf("omci grp_info->std_cnt = %d\r\n", count);
-    write_entries<StdIpPortEntry>(buf, count);
+    const Groups groups = groups_now();
+    *countOut = groups.count;
+    printf("omci grp_info->std_cnt = %d\r\n", groups.count);
+    write_entries<StdIpPortEntry>(buf, groups);
     return 0; // intended: also when the refresh failed
 }
 
@@ -125,28 +125,30 @@ int32_t mc_oam_get_multicast_control(uint16_t *lenOut, uint8_t *buf)
     LOG_CONFIG(Igmp, "[mc_oam_get_multicast_control]\r\n");
     const int32_t ret = refresh_groups();
     buf[0] = kGroupControlAnswer;
-    LOG_CONFIG(Igmp, "omci grp_info->std_cnt = %d\r\n", group_count());
-    const uint32_t count = byte_count();
-    buf[1] = static_cast<uint8_t>(count);
-    *lenOut = static_cast<uint16_t>(2 + count * OamControlEntry::kBytes);
-    write_entries<OamControlEntry>(buf + 2, count);
+    const Groups groups = groups_now();
+    LOG_CONFIG(Igmp, "omci grp_info->std_cnt = %d\r\n", groups.count);
+    const Groups shown = cut_to_byte_count(groups);
+    buf[1] = static_cast<uint8_t>(shown.count);
+    *lenOut = static_cast<uint16_t>(2 + shown.count * OamControlEntry::kBytes);
+    write_entries<OamControlEntry>(buf + 2, shown);
     return ret;
 }
 
 int32_t GetIgmpStatusPara(uint8_t *out)
 {
-    put(out, uint16_t{0});
+    put<uint16_t>(out, 0);
     out[2] = 1;
     out[3] = 1;
     out[4] = 0;
     LOG_CONFIG(Igmp, "\n GetIgmpStatusPara. \n");
     const int32_t ret = refresh_groups();
-    LOG_TRACE(Igmp, "omci grp_info->std_cnt = %d\r\n", group_count());
+    const Groups groups = groups_now();
+    LOG_TRACE(Igmp, "omci grp_info->std_cnt = %d\r\n", groups.count);
 
     DistinctValues values;
-    const uint32_t count = byte_count();
-    for (uint32_t i = 0; i < count; ++i)
-        values.note(group_record(i).infoE);
+    const Groups counted = cut_to_byte_count(groups);
+    for (uint32_t i = 0; i < counted.count; ++i)
+        values.note(counted.record[i].infoE);
     put(out, values.count);
     return ret;
 }

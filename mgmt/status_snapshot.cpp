@@ -24,10 +24,12 @@ class PackedReader {
 public:
     explicit PackedReader(const uint8_t *at) : at_(at) {}
 
-    template <class T> void take(T &field)
+    template <class T> void take(MC_SHARED(T) &field)
     {
-        memcpy(&field, at_, sizeof(field));
-        at_ += sizeof(field);
+        T value;
+        memcpy(&value, at_, sizeof(value));
+        at_ += sizeof(value);
+        field = value;
     }
 
 private:
@@ -50,7 +52,7 @@ static void unpack_group(const uint8_t *packed, grpRecord &group)
 static void unpack_groups(const uint8_t *answer, grp_info &snapshot)
 {
     uint32_t count;
-    PackedReader(answer).take(count);
+    memcpy(&count, answer, sizeof(count));
     if (count > MC_STATUS_GROUPS)
         count = MC_STATUS_GROUPS;
     snapshot.std_cnt = count;
@@ -58,15 +60,14 @@ static void unpack_groups(const uint8_t *answer, grp_info &snapshot)
         unpack_group(answer + kGatherCountBytes + i * MC_ENGINE_GROUP_BYTES, snapshot.group[i]);
 }
 
-uint32_t group_count()
+Groups groups_now()
 {
-    if (mc_status_global == nullptr)
-        return 0;
-    const uint32_t count = mc_status_global->std_cnt;
-    return count < MC_STATUS_GROUPS ? count : MC_STATUS_GROUPS;
+    const grp_info *const snapshot = mc_status_global;
+    if (snapshot == nullptr)
+        return {nullptr, 0};
+    const uint32_t count = snapshot->std_cnt;
+    return {snapshot->group, count < MC_STATUS_GROUPS ? count : MC_STATUS_GROUPS};
 }
-
-const grpRecord &group_record(uint32_t index) { return mc_status_global->group[index]; }
 
 int32_t refresh_groups()
 {
@@ -87,9 +88,10 @@ int32_t igmp_hal_sync_grp_infor(uint32_t port)
         return -1;
     LOG_CONFIG(Igmp, " in igmp_gather_grp_info phy_port = %d data_len = %d\r\n", port, MC_ENGINE_GROUP_BUFFER_BYTES);
     const int32_t gathered = igmp_gather_grp_info(port, MC_ENGINE_GROUP_BUFFER_BYTES, answer);
-    if (gathered <= 0 || mc_status_global == nullptr)
+    grp_info *const snapshot = mc_status_global;
+    if (gathered <= 0 || snapshot == nullptr)
         return -1;
-    unpack_groups(answer, *mc_status_global);
+    unpack_groups(answer, *snapshot);
     return 0;
 }
 
@@ -99,8 +101,10 @@ int32_t igmp_hal_sync_if_status(uint32_t port)
     const int logic_port = check_port_state<Igmp>(port);
     if (logic_port == kNoLogicPort)
         return -1;
-    if (igmp_if_gather_if_status(port, sizeof(status), &status) <= 0 || mc_status_global == nullptr)
+    const int32_t gathered = igmp_if_gather_if_status(port, sizeof(status), &status);
+    grp_info *const snapshot = mc_status_global;
+    if (gathered <= 0 || snapshot == nullptr)
         return -1;
-    mc_status_global->interfaceStatus[logic_port] = status;
+    snapshot->interfaceStatus[logic_port] = status;
     return 0;
 }

@@ -14,11 +14,13 @@ namespace mcadapt {
 /** `igmp_hal_sync_grp_infor` port for all ports. */
 constexpr uint32_t kAllPorts = 255;
 
-/** Valid group records: never more than there are, and none without a snapshot block. */
-uint32_t group_count();
+/** The group records of the snapshot; one query answers from the same ones throughout. */
+struct Groups {
+    const grpRecord *record;
+    uint32_t count; /**< Never more than there are, and none without a snapshot block. */
+};
 
-/** One group record, below `group_count()`. */
-const grpRecord &group_record(uint32_t index);
+Groups groups_now();
 
 /** Refreshes the groups of all ports; a failure is logged, and the query goes on with what there is. */
 int32_t refresh_groups();

@@ -56,8 +56,8 @@ static void mld_control_upstream(const uint8_t *frame, uint32_t length, uint32_t
     uint8_t onu_id = 0;
     vx_ploam_onuid_get(&onu_id);
     LOG_TRACE(Mld, "igmp_adapt_control_handle onu_id = %d", onu_id);
-    mldInitParams.outerTag = {kTpid, onu_vlan(onu_id), 0};
-    mldInitParams.innerTag = {kTpid, user_port_vlan(port), 0};
+    set_tag(mldInitParams.outerTag, onu_vlan(onu_id), 0);
+    set_tag(mldInitParams.innerTag, user_port_vlan(port), 0);
 
     WorkBuffer work;
     const uint32_t marked = work.mark_twice(frame, length, onu_vlan(onu_id), user_port_vlan(port));

@@ -59,8 +59,7 @@ template <class F>
 static void send_tagged(WorkBuffer &work, uint8_t *frame, uint32_t length, uint16_t tag_control, uint16_t port)
 {
     if constexpr (F::kMld)
-        mldInitParams.outerTag = {kTpid, static_cast<uint16_t>(tag_control & kVidMask),
-                                  static_cast<uint8_t>(tag_control >> kPriorityShift)};
+        set_tag(mldInitParams.outerTag, tag_control & kVidMask, tag_control >> kPriorityShift);
     const auto sent_control = static_cast<uint16_t>(tag_control & kPriorityAndVid);
     if (is_tagged(frame)) {
         replace_tag(frame, sent_control);

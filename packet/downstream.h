@@ -65,6 +65,14 @@ template <class F>
 void send_matches(const DownstreamMatches &matches, uint8_t *frame, uint32_t length, uint32_t stripped_length,
                   uint16_t port);
 
+/** Stores a tag, field by field. */
+inline void set_tag(mldTagRecord &tag, uint16_t vid, unsigned priority)
+{
+    tag.tpid = kTpid;
+    tag.vid = vid;
+    tag.pri = static_cast<uint8_t>(priority);
+}
+
 inline bool is_user_port(int logic_port) { return portState[logic_port].portType == MC_PORT_TYPE_USER; }
 
 /** Frame lengths and port numbers are cut to 16 bits where the send routines take them. */

@@ -22,9 +22,10 @@ static constexpr int32_t kPacketTooLong = -1;
 // A test uplink takes the place of the uplink.
 template <class F> static uint16_t driver_port(uint16_t port)
 {
-    if (port == kUplinkPort && F::test_uplink() != MC_NO_TEST_UPLINK)
-        return static_cast<uint16_t>(F::test_uplink());
-    return port;
+    if (port != kUplinkPort)
+        return port;
+    const uint32_t test_uplink = F::test_uplink();
+    return test_uplink == MC_NO_TEST_UPLINK ? port : static_cast<uint16_t>(test_uplink);
 }
 
 template <class F> [[gnu::cold]] static void log_send(const uint8_t *frame, uint16_t length, uint16_t port, uint16_t to)
@@ -36,10 +37,10 @@ template <class F> [[gnu::cold]] static void log_send(const uint8_t *frame, uint
     }
     if constexpr (F::kMld)
         LOG_TRACE(F, "mld_l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n", to, length,
-                  F::source_port(), ponVlan);
+                  +F::source_port(), +ponVlan);
     else
         LOG_TRACE(F, "l2_igmp_send_pkt  ifindex = %d len = %d srcPortNum = %d ponVlan = %d\r\n", to, length,
-                  F::source_port(), ponVlan);
+                  +F::source_port(), +ponVlan);
 }
 
 template <class F> static int32_t send_frame(const uint8_t *frame, uint16_t length, uint16_t port)
@@ -54,7 +55,7 @@ template <class F> static int32_t send_frame(const uint8_t *frame, uint16_t leng
 }
 
 // The VLANs of the rules by which the last packet of the engine was sent to a user port.
-template <class F> static uint16_t sent_vlans[MC_RULES_PER_PORT] = {MC_NO_VLAN};
+template <class F> static MC_SHARED(uint16_t) sent_vlans[MC_RULES_PER_PORT] = {MC_NO_VLAN};
 
 // Rules of the port that may match: none unless the port's own rule stands first in either block.
 template <class F> static int32_t rules_to_search(uint32_t port)
@@ -78,15 +79,16 @@ template <class F> static int search_send_rules(uint32_t port, uint16_t vlan)
         LOG_CONFIG(F, "searchSendPktPortCfgVlan ,vlan(%d)", vlan);
 
     int count = 0;
+    auto &sent = sent_vlans<F>;
     const int32_t rules = rules_to_search<F>(port);
     const RuleRow *block = F::rules();
     // intended: each match moves the walk one block further, while the rule index goes on
     for (int32_t r = 0; r < rules && count < MC_LOGIC_PORTS; ++r) {
         const vlanCfgNode &rule = (*block)[r];
         LOG_TRACE(F, "searchSendPktPortCfgVlan from downlink,vlan(%d) config search!,cfgvlan(%d)\r\n", vlan,
-                  rule.in_up_vlan);
+                  +rule.in_up_vlan);
         if (rule.in_data_vlan == vlan) {
-            sent_vlans<F>[count++] = rule.out_dn_vlan;
+            sent[count++] = rule.out_dn_vlan;
             ++block;
         }
     }

@@ -2,13 +2,12 @@
  * @file
  * Compaction: live rules and template VLANs stand at the front of their tables, in the order in which they came.
  */
-#include <cstring>
-
 #include "core/counts.h"
 #include "core/log.h"
 #include "core/ports.h"
 #include "core/start_state.h"
 #include "mcadapt/vlan_tables.h"
+#include "vlan/copies.h"
 #include "vlan/rule.h"
 
 namespace mcadapt {
@@ -19,12 +18,12 @@ static void pack_live_rules(RuleRow &row)
     int live = 0;
     for (const vlanCfgNode &rule : row)
         if (rule.in_up_vlan != MC_NO_VLAN)
-            row[live++] = rule;
+            copy_rule(row[live++], rule);
     for (; live < MC_RULES_PER_PORT; ++live)
-        row[live] = kEmptyRule;
+        clear_rule(row[live]);
 }
 
-static void pack_vlans(const uint16_t *list, uint16_t (&packed)[MC_TEMPLATE_VLANS])
+static void pack_vlans(const MC_SHARED(uint16_t) *list, MC_SHARED(uint16_t) (&packed)[MC_TEMPLATE_VLANS])
 {
     int used = 0;
     for (int i = 0; i < MC_TEMPLATE_VLANS; ++i)
@@ -42,7 +41,7 @@ mcRuleTable sortPortVlanCfg(mcConstRuleTable table, uint32_t usport)
 {
     static RuleTable workspace;
 
-    memmove(workspace, table, sizeof(workspace));
+    copy_rules(workspace, table);
     LOG_TRACE(Igmp, "sortPortVlanCfg usport = %d\r\n", usport);
     const int logic_port = check_port_state<Igmp>(usport);
     if (logic_port == kNoLogicPort) {
@@ -59,7 +58,7 @@ mcRuleTable mldsortPortVlanCfg(mcConstRuleTable table, uint32_t usport)
     // intended: no workspace, the MLD table itself is overwritten, and before the port is looked at
     RuleTable &rules = mldInitParams.mldPortVlanCfg;
 
-    memmove(rules, table, sizeof(rules));
+    copy_rules(rules, table);
     LOG_TRACE(Mld, "mldsortPortVlanCfg usport = %d\r\n", usport);
     const int logic_port = check_port_state<Mld>(usport);
     if (logic_port == kNoLogicPort) {
@@ -73,16 +72,16 @@ mcRuleTable mldsortPortVlanCfg(mcConstRuleTable table, uint32_t usport)
 
 uint16_t *sortMcVlan(const uint16_t *list)
 {
-    static uint16_t workspace[MC_TEMPLATE_VLANS];
-    pack_vlans(list, workspace);
-    return workspace;
+    static MC_SHARED(uint16_t) workspace[MC_TEMPLATE_VLANS];
+    pack_vlans(as_shared(list), workspace);
+    return plain(workspace);
 }
 
 uint16_t *sortmldVlan(const uint16_t *list)
 {
-    static uint16_t workspace[MC_TEMPLATE_VLANS];
-    pack_vlans(list, workspace);
-    return workspace;
+    static MC_SHARED(uint16_t) workspace[MC_TEMPLATE_VLANS];
+    pack_vlans(as_shared(list), workspace);
+    return plain(workspace);
 }
 
 int32_t IsSameVlanExist(mcConstRuleTable table, uint32_t, uint16_t vlan)

@@ -16,7 +16,7 @@ static bool is_template_vlan_id(uint16_t vlan)
     const int32_t vlans = entries_to_walk(setVlanNumber, MC_TEMPLATE_VLANS);
     for (int32_t i = 0; i < vlans; ++i) {
         if ((PortVlan[i] & 0x0FFF) == vlan) {
-            LOG_TRACE(Igmp, "\n vlan is %d", PortVlan[i]);
+            LOG_TRACE(Igmp, "\n vlan is %d", +PortVlan[i]);
             return true;
         }
     }
@@ -69,8 +69,8 @@ int32_t omci_set_port_up_igmp_vlan(uint32_t port, uint32_t, uint32_t)
         LOG_ERROR(Igmp, "\n port(%d) is invalid!", port);
         return -1;
     }
-    LOG_TRACE(Igmp, "\n portState%d is %d", 0, portState[0].portNo);
-    LOG_TRACE(Igmp, "\n portState%d is %d", 1, portState[1].portNo);
+    LOG_TRACE(Igmp, "\n portState%d is %d", 0, +portState[0].portNo);
+    LOG_TRACE(Igmp, "\n portState%d is %d", 1, +portState[1].portNo);
     LOG_TRACE(Igmp, "\n logicPort is %d", logic_port);
     if (is_uplink<Igmp>(logic_port))
         return 0;

@@ -51,8 +51,8 @@ int32_t omci_clear_igmp_parmeter(uint32_t port, uint32_t type)
         return 0;
     }
     globle_parm.port[logic_port].grouplimit = kNoGroupLimit;
-    if (mc_status_global != nullptr)
-        mc_status_global->statusGroupLimit[logic_port] = kNoGroupLimit;
+    if (grp_info *const status = mc_status_global)
+        status->statusGroupLimit[logic_port] = kNoGroupLimit;
     igmp_if_max_group_num_set(port, kNoGroupLimit);
     return 0;
 }

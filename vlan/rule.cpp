@@ -1,5 +1,7 @@
 #include "vlan/rule.h"
 
+#include "core/start_state.h"
+
 namespace mcadapt {
 
 void derive_upstream(vlanCfgNode &rule)
@@ -54,7 +56,7 @@ vlanCfgNode rule_from_mode(int32_t port_index, uint32_t mode, uint32_t vlan1, ui
 void store_rule(vlanCfgNode &position, const vlanCfgNode &rule)
 {
     const uint8_t flag = position.ruleFlag;
-    position = rule;
+    copy_rule(position, rule);
     position.ruleFlag = flag;
 }
 

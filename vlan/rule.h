@@ -30,13 +30,13 @@ template <class F> inline void trace_tag_mode(const vlanCfgNode &rule)
 {
     switch (tag_mode(rule)) {
     case TagMode::kUntag:
-        LOG_TRACE(F, "multicast_vlan tagmode = %d, is untag mode!\n", rule.prouptagmode);
+        LOG_TRACE(F, "multicast_vlan tagmode = %d, is untag mode!\n", +rule.prouptagmode);
         break;
     case TagMode::kTranslate:
-        LOG_TRACE(F, "multicast_vlan tagmode = %d, is translate mode!\n", rule.prouptagmode);
+        LOG_TRACE(F, "multicast_vlan tagmode = %d, is translate mode!\n", +rule.prouptagmode);
         break;
     case TagMode::kTag:
-        LOG_TRACE(F, "multicast_vlan tagmode = %d, is tag mode!\n", rule.prouptagmode);
+        LOG_TRACE(F, "multicast_vlan tagmode = %d, is tag mode!\n", +rule.prouptagmode);
         break;
     }
 }
@@ -57,7 +57,7 @@ template <class F> inline int take_rule(vlanCfgNode &rule)
     }
     const int logic_port = find_logic_port<F>(rule.portNO);
     if (logic_port == kNoLogicPort)
-        LOG_ERROR(F, "\n port(%d) is invalid!", rule.portNO);
+        LOG_ERROR(F, "\n port(%d) is invalid!", +rule.portNO);
     else
         LOG_TRACE(F, "\n logicPort is %d", logic_port);
     return logic_port;

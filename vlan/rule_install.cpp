@@ -5,6 +5,7 @@
 #include "core/counts.h"
 #include "core/log.h"
 #include "core/ports.h"
+#include "core/start_state.h"
 #include "mcadapt/omci.h"
 #include "mcadapt/std_omci.h"
 #include "platform/protocol_engine.h"
@@ -41,7 +42,7 @@ static bool is_template_vlan(uint16_t vlan)
 {
     bool found = false;
     for (int32_t j = 0; j < entries_to_walk(setVlanNumber, MC_TEMPLATE_VLANS); ++j) {
-        LOG_TRACE(Igmp, "***portVlan[j]= %d", PortVlan[j]);
+        LOG_TRACE(Igmp, "***portVlan[j]= %d", +PortVlan[j]);
         if (PortVlan[j] != vlan)
             continue;
         found = true;
@@ -66,13 +67,9 @@ static int32_t replay_static_groups(int logic_port, int32_t status)
     return status;
 }
 
-// The list gets what the position holds by now, the engine what was asked for.
-static int32_t register_igmp_vlan(const vlanCfgNode &position, const vlanCfgNode &rule)
+static int32_t register_igmp_vlan(uint16_t data_vlan)
 {
-    append_template_vlan(position.in_data_vlan);
-    trace_after_listing();
-
-    const uint32_t vlan = engine_vlan(rule.in_data_vlan);
+    const uint32_t vlan = engine_vlan(data_vlan);
     LOG_CONFIG(Igmp, "temp_var = %d\n", vlan);
     const int32_t status = byte_status(igmp_vlan_add(vlan));
     if (status != 0)
@@ -95,11 +92,14 @@ static Outcome install_igmp_rule(int logic_port, const vlanCfgNode &rule, int32_
         const bool present = is_template_vlan(rule.in_data_vlan);
         status = replay_static_groups(logic_port, status);
         if (!present) {
-            if (template_list_is_full()) { // intended: the rule stays, a success is told, and MLD is left out
-                printf("setVlanNumber = %d then > 16  quit!", setVlanNumber);
+            // The list gets what the position holds by now, the engine what was asked for.
+            if (!append_template_vlan(position.in_data_vlan)) {
+                // intended: the rule stays, a success is told, and MLD is left out
+                printf("setVlanNumber = %d then > 16  quit!", +setVlanNumber);
                 return Outcome::kEnds;
             }
-            status = register_igmp_vlan(position, rule);
+            trace_after_listing();
+            status = register_igmp_vlan(rule.in_data_vlan);
         }
     }
     LOG_ERROR(Igmp, "\n PortVlan storege is wrong!"); // intended: after a success too
@@ -110,13 +110,13 @@ static void trace_mld_install_tag_mode(const vlanCfgNode &rule)
 {
     switch (tag_mode(rule)) {
     case TagMode::kUntag:
-        LOG_TRACE(Mld, "mld multicast_vlan tagmode = %d, is untag mode!\n", rule.prouptagmode);
+        LOG_TRACE(Mld, "mld multicast_vlan tagmode = %d, is untag mode!\n", +rule.prouptagmode);
         break;
     case TagMode::kTranslate:
-        LOG_TRACE(Mld, "mld multicast_vlan tagmode = %d, is translate mode!\n", rule.prouptagmode);
+        LOG_TRACE(Mld, "mld multicast_vlan tagmode = %d, is translate mode!\n", +rule.prouptagmode);
         break;
     case TagMode::kTag:
-        LOG_TRACE(Mld, "mld multicast_vlan tagmode = %d, is tag mode!\n", rule.prouptagmode);
+        LOG_TRACE(Mld, "mld multicast_vlan tagmode = %d, is tag mode!\n", +rule.prouptagmode);
         break;
     }
 }
@@ -137,7 +137,7 @@ static bool is_mld_template_vlan(uint16_t vlan)
 {
     bool found = false;
     for (int32_t j = 0; j < entries_to_walk(mldInitParams.setVlanNumber, MC_TEMPLATE_VLANS); ++j) {
-        LOG_CONFIG(Mld, "***mld portVlan[j]= %d", mldInitParams.mldVlanList[j]);
+        LOG_CONFIG(Mld, "***mld portVlan[j]= %d", +mldInitParams.mldVlanList[j]);
         if (mldInitParams.mldVlanList[j] != vlan)
             continue;
         found = true;
@@ -147,11 +147,10 @@ static bool is_mld_template_vlan(uint16_t vlan)
     return found;
 }
 
-static int32_t register_mld_vlan(uint16_t data_vlan)
+static int32_t register_mld_vlan(int32_t place, uint16_t data_vlan)
 {
-    const int32_t index = mldInitParams.setVlanNumber;
-    mldInitParams.mldTemplateVlan[index] = data_vlan;
-    mldInitParams.mldVlanList[index] = data_vlan;
+    mldInitParams.mldTemplateVlan[place] = data_vlan;
+    mldInitParams.mldVlanList[place] = data_vlan;
     ++mldInitParams.setVlanNumber;
     if (mldInitParams.mldAdapt == kTraceRuleChanges)
         LOG_TRACE(Mld, "\n after add PortVlan!");
@@ -170,11 +169,12 @@ using namespace mcadapt;
 
 int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *node)
 {
-    vlanCfgNode rule = *node;
+    vlanCfgNode rule;
+    copy_rule(rule, *node);
     LOG_CONFIG(Igmp,
                "[onu_std_omci_set_multicast_vlan]: is in! port_index = %d,%d, %d, %d, %d, %d, %d, %d, %d, %d.\r\n",
-               rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan,
-               rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
+               +rule.portNO, +rule.prouptagmode, +rule.in_up_vlan, +rule.out_up_vlan, +rule.prodntagmode,
+               +rule.in_dn_vlan, +rule.out_dn_vlan, +rule.datedntagmode, +rule.in_data_vlan, +rule.out_data_vlan);
 
     int32_t status = learn_vlans_on_epon();
     const int logic_port = take_rule<Igmp>(rule);
@@ -195,14 +195,14 @@ int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *node)
 
 int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule)
 {
-    LOG_TRACE(Mld, "mld_onu_std_omci_set_multicast_vlan is in! port_index = %d\n", rule->portNO);
+    LOG_TRACE(Mld, "mld_onu_std_omci_set_multicast_vlan is in! port_index = %d\n", +rule->portNO);
     if (mldInitParams.mldOmciVersion == 0) {
         trace_mld_install_tag_mode(*rule);
         derive_upstream(*rule);
     }
     const int logic_port = find_logic_port<Mld>(rule->portNO);
     if (logic_port == kNoLogicPort) {
-        LOG_ERROR(Mld, "mld port(%d) is invalid!\r\n", rule->portNO);
+        LOG_ERROR(Mld, "mld port(%d) is invalid!\r\n", +rule->portNO);
         return -1;
     }
     LOG_TRACE(Mld, "mld logicPort is %d\r\n", logic_port);
@@ -220,11 +220,12 @@ int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule)
     add_mld_rule(logic_port, position, *rule);
     if (is_mld_template_vlan(rule->in_data_vlan))
         return 0;
-    if (is_full(mldInitParams.setVlanNumber, MC_TEMPLATE_VLANS)) {
-        printf("mldInitParams.setVlanNumber = %d then > 16  quit!", mldInitParams.setVlanNumber);
+    const int32_t place = mldInitParams.setVlanNumber;
+    if (is_full(place, MC_TEMPLATE_VLANS)) {
+        printf("mldInitParams.setVlanNumber = %d then > 16  quit!", place);
         return 0;
     }
-    return register_mld_vlan(rule->in_data_vlan);
+    return register_mld_vlan(place, rule->in_data_vlan);
 }
 
 int32_t igmp_port_vlan_and_mode_set(int32_t port_index, uint32_t mode, uint32_t vlan1, uint32_t vlan2)

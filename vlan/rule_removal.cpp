@@ -2,8 +2,6 @@
  * @file
  * Rule removal: the IGMP operation, its MLD twin, and the removal by mode.
  */
-#include <cstring>
-
 #include "core/counts.h"
 #include "core/log.h"
 #include "core/ports.h"
@@ -12,6 +10,7 @@
 #include "mcadapt/std_omci.h"
 #include "mcadapt/vlan_tables.h"
 #include "platform/protocol_engine.h"
+#include "vlan/copies.h"
 #include "vlan/rule.h"
 #include "vlan/rule_trace.h"
 #include "vlan/template_list.h"
@@ -22,7 +21,7 @@ static void compact_igmp_rules(uint32_t port)
 {
     const mcConstRuleTable packed = sortPortVlanCfg(PortVlanCfg, port);
     if (packed != nullptr)
-        memcpy(PortVlanCfg, packed, sizeof(PortVlanCfg));
+        copy_rules(PortVlanCfg, packed);
 }
 
 // The static list itself keeps the groups. @return The index at which the walk ended.
@@ -77,7 +76,7 @@ static void remove_igmp_rules(int logic_port, const vlanCfgNode &rule)
             ++i;
             continue;
         }
-        position = kEmptyRule;
+        clear_rule(position);
         --setVlanCfgNumber[logic_port];
         compact_igmp_rules(rule.portNO);
         // intended: the static-group walk shares the index, so the scan goes on behind where that ended
@@ -136,13 +135,14 @@ static void drop_mld_template_vlan(uint16_t vlan)
 // its first eight entries take part; two packed halves become one entry, and the last eight entries become 0.
 static void compact_mld_vlan_list()
 {
-    uint32_t(&list)[MC_TEMPLATE_VLANS] = mldInitParams.mldVlanList;
+    auto &list = mldInitParams.mldVlanList;
     uint16_t halves[MC_TEMPLATE_VLANS];
     for (int i = 0; i < MC_TEMPLATE_VLANS / 2; ++i) {
-        halves[2 * i] = static_cast<uint16_t>(list[i]);
-        halves[2 * i + 1] = static_cast<uint16_t>(list[i] >> 16);
+        const uint32_t both = list[i];
+        halves[2 * i] = static_cast<uint16_t>(both);
+        halves[2 * i + 1] = static_cast<uint16_t>(both >> 16);
     }
-    const uint16_t *packed = sortmldVlan(halves);
+    const auto *packed = as_shared(sortmldVlan(halves));
     for (int i = 0; i < MC_TEMPLATE_VLANS / 2; ++i)
         list[i] = packed[2 * i] | static_cast<uint32_t>(packed[2 * i + 1]) << 16;
     for (int i = MC_TEMPLATE_VLANS / 2; i < MC_TEMPLATE_VLANS; ++i)
@@ -158,8 +158,7 @@ static int32_t release_mld_vlan(uint16_t data_vlan)
         LOG_ERROR(Mld, "ERROR!mld_adapt_vlan_change Fail\n");
     drop_mld_template_vlan(data_vlan);
     compact_mld_vlan_list();
-    memcpy(mldInitParams.mldTemplateVlan, sortmldVlan(mldInitParams.mldTemplateVlan),
-           sizeof(mldInitParams.mldTemplateVlan));
+    copy_vlans(mldInitParams.mldTemplateVlan, sortmldVlan(plain(mldInitParams.mldTemplateVlan)));
     return status;
 }
 
@@ -169,11 +168,12 @@ using namespace mcadapt;
 
 int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *node)
 {
-    vlanCfgNode rule = *node;
+    vlanCfgNode rule;
+    copy_rule(rule, *node);
     LOG_CONFIG(Igmp,
                "[onu_std_omci_delete_multicast_vlan] is in! port_index = %d,%d, %d, %d, %d, %d, %d, %d, %d, %d.\r\n",
-               rule.portNO, rule.prouptagmode, rule.in_up_vlan, rule.out_up_vlan, rule.prodntagmode, rule.in_dn_vlan,
-               rule.out_dn_vlan, rule.datedntagmode, rule.in_data_vlan, rule.out_data_vlan);
+               +rule.portNO, +rule.prouptagmode, +rule.in_up_vlan, +rule.out_up_vlan, +rule.prodntagmode,
+               +rule.in_dn_vlan, +rule.out_dn_vlan, +rule.datedntagmode, +rule.in_data_vlan, +rule.out_data_vlan);
 
     const int logic_port = take_rule<Igmp>(rule);
     if (logic_port == kNoLogicPort)
@@ -193,7 +193,7 @@ int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *node)
 
 int32_t mld_onu_std_omci_delete_multicast_vlan(vlanCfgNode *rule)
 {
-    LOG_TRACE(Mld, "onu_std_omci_delete_multicast_vlan is in! port_index = %d\n", rule->portNO);
+    LOG_TRACE(Mld, "onu_std_omci_delete_multicast_vlan is in! port_index = %d\n", +rule->portNO);
     const int logic_port = take_rule<Mld>(*rule);
     if (logic_port == kNoLogicPort)
         return -1;
@@ -211,7 +211,7 @@ int32_t mld_onu_std_omci_delete_multicast_vlan(vlanCfgNode *rule)
     // intended: at most one rule is removed, and only one of this multicast VLAN; the release follows all the same
     vlanCfgNode &position = mldInitParams.mldPortVlanCfg[logic_port][found];
     if (position.in_data_vlan == rule->in_data_vlan) {
-        position = kEmptyRule;
+        clear_rule(position);
         --mldInitParams.mldSetVlanCfgNumber[logic_port];
     }
     if (!compact_mld_rules(rule->portNO))

@@ -1,20 +1,21 @@
 #include "vlan/template_list.h"
 
-#include <cstring>
-
 #include "core/counts.h"
 #include "mcadapt/records.h"
 #include "mcadapt/vlan_tables.h"
+#include "vlan/copies.h"
 
 namespace mcadapt {
 
-bool template_list_is_full() { return is_full(setVlanNumber, MC_TEMPLATE_VLANS); }
-
-void append_template_vlan(uint16_t vlan)
+bool append_template_vlan(uint16_t vlan)
 {
-    PortVlan[setVlanNumber] = vlan;
-    globle_parm.TemplateVlan[setVlanNumber] = vlan;
+    const int32_t place = setVlanNumber;
+    if (is_full(place, MC_TEMPLATE_VLANS))
+        return false;
+    PortVlan[place] = vlan;
+    globle_parm.TemplateVlan[place] = vlan;
     ++setVlanNumber;
+    return true;
 }
 
 void drop_template_entry(int32_t index)
@@ -26,8 +27,8 @@ void drop_template_entry(int32_t index)
 
 void compact_template_lists()
 {
-    memcpy(PortVlan, sortMcVlan(PortVlan), sizeof(PortVlan));
-    memcpy(globle_parm.TemplateVlan, sortMcVlan(globle_parm.TemplateVlan), sizeof(globle_parm.TemplateVlan));
+    copy_vlans(PortVlan, sortMcVlan(plain(PortVlan)));
+    copy_vlans(globle_parm.TemplateVlan, sortMcVlan(plain(globle_parm.TemplateVlan)));
 }
 
 } // namespace mcadapt

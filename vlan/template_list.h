@@ -9,11 +9,8 @@
 
 namespace mcadapt {
 
-/** Whether no VLAN can be appended. */
-bool template_list_is_full();
-
-/** Appends a VLAN; the list must have a place. */
-void append_template_vlan(uint16_t vlan);
+/** Appends a VLAN. @return Whether the list had a place. */
+bool append_template_vlan(uint16_t vlan);
 
 /** Frees one entry in place and counts it off. */
 void drop_template_entry(int32_t index);

@@ -124,8 +124,7 @@ static bool store_web_rule(int logic_port, const vlanCfgNode &rule)
 // intended: no look for the VLAN in the list, so one set twice may be listed twice
 static void list_web_vlan(uint16_t vlan)
 {
-    if (!template_list_is_full())
-        append_template_vlan(vlan);
+    append_template_vlan(vlan);
     trace_after_listing();
 }
 
@@ -135,7 +134,7 @@ using namespace mcadapt;
 
 int32_t std_omci_web_set_vlan(vlanCfgNode *rule)
 {
-    LOG_CONFIG(Igmp, "onu_std_omci_web_set_vlan is in! port_index = %d\n", rule->portNO);
+    LOG_CONFIG(Igmp, "onu_std_omci_web_set_vlan is in! port_index = %d\n", +rule->portNO);
     clear_web_port(*rule);
 
     const int logic_port = find_logic_port<Igmp>(rule->portNO);

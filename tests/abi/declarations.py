@@ -6,6 +6,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 FUNCTION = re.compile(r"^(?P<export>MCADAPT_API )?[\w ]+?[ *](?P<name>\w+)\(.*\);$")
 OBJECT = re.compile(r"^extern (?P<export>MCADAPT_API )?[\w ]+?[ *](?P<name>\w+)(\[\w+\])*;$")
+SHARED_TYPE = re.compile(r"\bMC_SHARED\(([^()*]+)(?:(\*)\) |\))")  # the plain type, for all but the library
 
 
 def headers(folder):
@@ -41,7 +42,7 @@ def statements(text):
         else:
             documented = False
         if collected.endswith(";") and collected.count("{") == collected.count("}"):
-            yield collected, start, documented
+            yield SHARED_TYPE.sub(r"\1\2", collected), start, documented
             collected = ""
 
 

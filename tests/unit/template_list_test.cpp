@@ -33,8 +33,10 @@ TEST_F(TemplateList, is_full_with_16_vlans_and_with_a_count_outside_it)
     for (const Row &row : {Row{0, false}, Row{1, false}, Row{15, false}, Row{16, true}, Row{17, true}, Row{-1, true}}) {
         SCOPED_TRACE(row.count);
         setVlanNumber = row.count;
-        EXPECT_EQ(template_list_is_full(), row.full);
-        EXPECT_EQ(setVlanNumber, row.count);
+        const auto seen = observe([] { return append_template_vlan(9); });
+        EXPECT_EQ(seen.result, !row.full);
+        EXPECT_EQ(seen.changed.empty(), row.full);
+        EXPECT_EQ(setVlanNumber, row.full ? row.count : row.count + 1);
     }
 }
 
@@ -54,7 +56,7 @@ TEST_F(TemplateList, the_last_place_can_be_filled)
     append_template_vlan(9);
     EXPECT_EQ(PortVlan[15], 9);
     EXPECT_EQ(globle_parm.TemplateVlan[15], 9);
-    EXPECT_TRUE(template_list_is_full());
+    EXPECT_FALSE(append_template_vlan(10));
 }
 
 TEST_F(TemplateList, a_dropped_entry_becomes_0_in_its_place_in_both_lists)
