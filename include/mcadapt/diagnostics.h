@@ -29,7 +29,7 @@ MCADAPT_BEGIN_DECLS
  */
 MCADAPT_API uint32_t mc_set_debug(uint32_t mask, uint32_t on);
 
-/** As `mc_set_debug`, for `mld_debug`; prints nothing. */
+/** Changes bits of `mld_debug` and prints nothing; arguments and result as `mc_set_debug`. */
 MCADAPT_API uint32_t mld_adapt_set_debug(uint32_t mask, uint32_t on);
 
 /** Prints the whole IGMP configuration to standard output, whatever the masks hold. */
@@ -38,19 +38,19 @@ MCADAPT_API void debugPrint(void);
 /** Prints the whole MLD configuration to standard output, whatever the masks hold. */
 MCADAPT_API void mldPrint(void);
 
-/** @return The address of `globle_parm`. */
+/** Gives the IGMP parameters. @return The address of `globle_parm`. */
 MCADAPT_API igmpGlobleParm *getIgmpGlobleParmeter(void);
 
-/** @return The address of the two rule counts `setVlanCfgNumber`. */
+/** Gives the IGMP rule counts. @return The address of the two counts `setVlanCfgNumber`. */
 MCADAPT_API int32_t *getPortVlanConfigNumber(void);
 
-/** @return `setVlanNumber`, 0 to 16. */
+/** Counts the IGMP template VLANs. @return `setVlanNumber`, 0 to 16. */
 MCADAPT_API int32_t getTemplateVlanNumber(void);
 
-/** @return `setVlanNumber` of `mldInitParams`, 0 to 16. */
+/** Counts the MLD template VLANs. @return `setVlanNumber` of `mldInitParams`, 0 to 16. */
 MCADAPT_API int32_t getmldTemplateVlanNumber(void);
 
-/** @return The address of the two MLD rule counts `mldSetVlanCfgNumber`. */
+/** Gives the MLD rule counts. @return The address of the two counts `mldSetVlanCfgNumber`. */
 MCADAPT_API int32_t *mldgetPortVlanConfigNumber(void);
 
 MCADAPT_END_DECLS

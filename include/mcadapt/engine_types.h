@@ -17,20 +17,20 @@ MCADAPT_BEGIN_DECLS
  * The record belongs to the engine and may be longer; the library reads only the four named fields.
  */
 typedef struct mcGroupRecord {
-    uint8_t engineHead[4]; /**< The engine's own. */
-    uint32_t ipv4Group;    /**< IGMP: group address in host byte order, 224.1.2.3 is 0xE0010203. */
-    uint8_t engineMiddle[12];
+    uint8_t engineHead[4];    /**< The engine's own. */
+    uint32_t ipv4Group;       /**< IGMP: group address in host byte order, 224.1.2.3 is 0xE0010203. */
+    uint8_t engineMiddle[12]; /**< The engine's own. */
     uint8_t ipv6GroupTail[4]; /**< MLD: the last four bytes of the group address, in network order. */
-    uint8_t engineTail[28];
-    uint16_t vlan; /**< VLAN of the entry. */
-    uint16_t port; /**< Switch port of the entry. */
+    uint8_t engineTail[28];   /**< The engine's own. */
+    uint16_t vlan;            /**< VLAN of the entry. */
+    uint16_t port;            /**< Switch port of the entry. */
 } mcGroupRecord;
 
 /** The 802.1Q tag of an IGMP packet that the engine sends; all fields in host byte order. */
 typedef struct mcTagDescriptor {
-    uint16_t tpid;
-    uint16_t vid;
-    uint8_t pri; /**< 0 to 7. */
+    uint16_t tpid; /**< Tag protocol identifier. */
+    uint16_t vid;  /**< VLAN id, 0 to 4095. */
+    uint8_t pri;   /**< Priority, 0 to 7. */
 } mcTagDescriptor;
 
 /** Bytes of one packed group record in the buffer of `igmp_gather_grp_info`. */

@@ -1,6 +1,6 @@
 /**
  * @file
- * Operations of the EPON OAM agent. Called on its thread.
+ * Operations of the EPON OAM agent. Called on the OAM agent's thread.
  */
 #ifndef MCADAPT_OAM_H
 #define MCADAPT_OAM_H
@@ -26,6 +26,7 @@ MCADAPT_API int32_t mc_oam_get_onu_fast_leave_ability(uint32_t *out);
  * @param[out] out  1 when the segment says 1, else 2.
  * @retval 0   Told.
  * @retval -1  The segment cannot be had; `out` is not written.
+ * @note Attaches the segment each time and never detaches it.
  */
 MCADAPT_API int32_t mc_oam_get_onu_fast_leave_state(uint32_t *out);
 
@@ -49,6 +50,7 @@ MCADAPT_API int32_t mc_oam_set_multicast_control(uint32_t action, uint32_t bufLe
  *                     VLAN id, 0 (16 bits each, host byte order) and group address.
  * @retval 0   Refreshed from the engine.
  * @retval -1  The refresh failed; the groups are those of the previous snapshot.
+ * @note Needs about 13 KiB of stack.
  */
 MCADAPT_API int32_t mc_oam_get_multicast_control(uint16_t *lenOut, uint8_t *buf);
 

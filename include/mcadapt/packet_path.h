@@ -39,11 +39,15 @@ MCADAPT_API void igmp_adapt_pkt_recv_task(void);
 MCADAPT_API int32_t igmpL2PktProc(uint8_t *frame, uint32_t len, uint32_t port);
 
 /**
- * MLD intake; as `igmpL2PktProc` for IPv6.
+ * MLD intake: what `igmpL2PktProc` is for IPv4, for IPv6; whether the packet is MLD is left to the engine.
+ *
+ * Arguments as `igmpL2PktProc`.
  *
  * Stores `mldSrcPortNum` and `outerTag` of `mldInitParams`, and `ponVlan`.
  *
- * @return As `igmpL2PktProc`, but the engine's answer is returned whole.
+ * @retval 0      Port or length refused.
+ * @retval -1     Content refused, or the frame came from the uplink in snooping or control mode.
+ * @retval other  The engine's answer, whole.
  */
 MCADAPT_API int32_t mldL2PktProc(uint8_t *frame, uint32_t len, uint32_t port);
 
@@ -58,7 +62,10 @@ MCADAPT_API int32_t mldL2PktProc(uint8_t *frame, uint32_t len, uint32_t port);
  */
 MCADAPT_API void igmp_adapt_snoop_handle(uint8_t *frame, uint32_t rxPort, uint32_t length, uint32_t vlanId);
 
-/** MLD twin of `igmp_adapt_snoop_handle`; drops frames above 1518 bytes and stores `outerTag`. */
+/**
+ * MLD twin of `igmp_adapt_snoop_handle`; drops frames above 1518 bytes and stores `outerTag`. Arguments as
+ * `igmp_adapt_snoop_handle`.
+ */
 MCADAPT_API void mld_adapt_snoop_handle(uint8_t *frame, uint32_t rxPort, uint32_t length, uint32_t vlanId);
 
 /**
@@ -69,7 +76,10 @@ MCADAPT_API void mld_adapt_snoop_handle(uint8_t *frame, uint32_t rxPort, uint32_
  */
 MCADAPT_API void igmp_adapt_control_handle(uint8_t *frame, uint32_t rxPort, uint32_t length, uint32_t vlanId);
 
-/** MLD twin of `igmp_adapt_control_handle`; always two tags upstream; stores `outerTag` and `innerTag`. */
+/**
+ * MLD twin of `igmp_adapt_control_handle`; always two tags upstream; stores `outerTag` and `innerTag`. Arguments as
+ * `igmp_adapt_snoop_handle`.
+ */
 MCADAPT_API void mld_adapt_control_handle(uint8_t *frame, uint32_t rxPort, uint32_t length, uint32_t vlanId);
 
 /**
@@ -83,7 +93,11 @@ MCADAPT_API void mld_adapt_control_handle(uint8_t *frame, uint32_t rxPort, uint3
  */
 MCADAPT_API int32_t l2_igmp_send_pkt(const uint8_t *frame, uint16_t length, uint16_t port);
 
-/** MLD twin of `l2_igmp_send_pkt`, with the MLD copies of the source port and of the test uplink. */
+/**
+ * MLD twin of `l2_igmp_send_pkt`, with the MLD copies of the source port and of the test uplink; arguments and result
+ * as `l2_igmp_send_pkt`.
+ * @note Called on the receive task and on the engine's threads.
+ */
 MCADAPT_API int32_t mld_l2_igmp_send_pkt(const uint8_t *frame, uint16_t length, uint16_t port);
 
 MCADAPT_END_DECLS

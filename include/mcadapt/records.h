@@ -76,26 +76,26 @@ typedef struct portParm {
 
 /** The IGMP parameters. */
 typedef struct igmpGlobleParm {
-    portParm port[MC_LOGIC_PORTS];
+    portParm port[MC_LOGIC_PORTS];                       /**< Parameters of each logic port. */
     MC_SHARED(uint16_t) TemplateVlan[MC_TEMPLATE_VLANS]; /**< Mirror of `PortVlan`, entry by entry. */
     MC_SHARED(uint16_t) defaultVlan;                     /**< Default multicast VLAN given to the engine. */
     MC_SHARED(uint16_t) multiMode;                       /**< Protocol mode: 1 snooping, 2 proxy, 3 control. */
     MC_SHARED(uint16_t) learningMode;                    /**< VLAN learning: 0 off. */
-    MC_SHARED(uint8_t) robustness;
-    MC_SHARED(uint8_t) version; /**< IGMP version. */
-    MC_SHARED(uint32_t) query_interval;
-    MC_SHARED(uint32_t) query_max_resp_time;
-    MC_SHARED(uint32_t) last_member_query_interval;
-    MC_SHARED(uint32_t) last_member_query_count;
-    MC_SHARED(uint32_t) general_member_interval; /**< Also the age enable of `setIgmpAgeEnable`. */
-    MC_SHARED(uint32_t) ssm_ip;
-    MC_SHARED(uint32_t) ssm_ip_arg2;
-    MC_SHARED(uint32_t) ssm_map[4]; /**< With `ssm_map_arg5` the five words given to the engine by address. */
-    MC_SHARED(uint32_t) ssm_map_arg5;
-    MC_SHARED(uint32_t) proxyip;      /**< Proxy source address, IPv4 in host byte order. */
-    MC_SHARED(char) compile_date[20]; /**< Build identification, NUL-terminated, as the next two. */
-    MC_SHARED(char) compile_time[20];
-    MC_SHARED(char) version_num[20];
+    MC_SHARED(uint8_t) robustness;                       /**< Robustness variable. */
+    MC_SHARED(uint8_t) version;                          /**< IGMP version. */
+    MC_SHARED(uint32_t) query_interval; /**< Time between general queries, in the engine's unit, as the next two. */
+    MC_SHARED(uint32_t) query_max_resp_time;        /**< Query response interval. */
+    MC_SHARED(uint32_t) last_member_query_interval; /**< Wait for an answer before a group is left. */
+    MC_SHARED(uint32_t) last_member_query_count;    /**< Queries before a group is left. */
+    MC_SHARED(uint32_t) general_member_interval;    /**< Also the age enable of `setIgmpAgeEnable`. */
+    MC_SHARED(uint32_t) ssm_ip;                     /**< First word of the SSM source pair. */
+    MC_SHARED(uint32_t) ssm_ip_arg2;                /**< Second word of it. */
+    MC_SHARED(uint32_t) ssm_map[4];         /**< With `ssm_map_arg5` the five words given to the engine by address. */
+    MC_SHARED(uint32_t) ssm_map_arg5;       /**< Fifth word of the SSM map entry. */
+    MC_SHARED(uint32_t) proxyip;            /**< Proxy source address, IPv4 in host byte order. */
+    MC_SHARED(char) compile_date[20];       /**< Build identification, NUL-terminated, as the next two. */
+    MC_SHARED(char) compile_time[20];       /**< Time of the build. */
+    MC_SHARED(char) version_num[20];        /**< Version of the build. */
     MC_SHARED(uint8_t) pkt_process_disable; /**< Non-zero: the receive task drops every frame. */
 } igmpGlobleParm;
 
@@ -114,78 +114,78 @@ typedef struct staticGroupEntry {
 
 /** One authorised MLD group range. */
 typedef struct mldAuthGroup {
-    MC_SHARED(uint32_t) bandwidth;
-    MC_SHARED(uint32_t) start_groupAdress;
-    MC_SHARED(uint32_t) end_groupAdress;
-    MC_SHARED(uint16_t) vlan; /**< 0: the entry is free. */
+    MC_SHARED(uint32_t) bandwidth;         /**< In the engine's unit. */
+    MC_SHARED(uint32_t) start_groupAdress; /**< First group. */
+    MC_SHARED(uint32_t) end_groupAdress;   /**< Last group. */
+    MC_SHARED(uint16_t) vlan;              /**< 0: the entry is free. */
 } mldAuthGroup;
 
 /** MLD parameters of one logic port. */
 typedef struct mldPortParm {
-    MC_SHARED(uint16_t) leavemod;
-    MC_SHARED(uint16_t) grouplimit;
-    MC_SHARED(uint32_t) max_bandwidth;
-    mldAuthGroup authGroup[MC_MLD_AUTH_GROUPS];
+    MC_SHARED(uint16_t) leavemod;               /**< As in `portParm`; no operation sets it, nor the next two. */
+    MC_SHARED(uint16_t) grouplimit;             /**< Most groups on the port. */
+    MC_SHARED(uint32_t) max_bandwidth;          /**< Multicast bandwidth limit. */
+    mldAuthGroup authGroup[MC_MLD_AUTH_GROUPS]; /**< Authorised groups; no operation fills them. */
 } mldPortParm;
 
 /** One 802.1Q tag, all fields in host byte order. */
 typedef struct mldTagRecord {
-    MC_SHARED(uint16_t) tpid;
-    MC_SHARED(uint16_t) vid;
-    MC_SHARED(uint8_t) pri;
+    MC_SHARED(uint16_t) tpid; /**< 0x8100; of a frame with one tag the intake leaves the tag control here. */
+    MC_SHARED(uint16_t) vid;  /**< VLAN id. */
+    MC_SHARED(uint8_t) pri;   /**< Priority, 0 to 7; 0 after the intake. */
 } mldTagRecord;
 
 /** The whole MLD side. */
 typedef struct mldInitParm {
-    MC_SHARED(uint32_t) mldTestUplink;  /**< Twin of `testuplink`. */
-    MC_SHARED(uint8_t) mldSrcPortNum;   /**< Twin of `srcPortNum`. */
-    MC_SHARED(uint32_t) mldAdapt;       /**< Twin of `igmp_adapt`; 1 enables the traces of rule changes. */
-    MC_SHARED(uint32_t) mldOmciVersion; /**< Twin of `flag_omci_version`. */
-    MC_SHARED(int32_t) setVlanNumber;   /**< Entries in `mldTemplateVlan` and `mldVlanList`, 0 to 16. */
-    portStateNode mldPortState[MC_LOGIC_PORTS];
-    mldPortParm mldPort[MC_LOGIC_PORTS];
-    MC_SHARED(uint16_t) mldTemplateVlan[MC_TEMPLATE_VLANS];
+    MC_SHARED(uint32_t) mldTestUplink;          /**< Twin of `testuplink`. */
+    MC_SHARED(uint8_t) mldSrcPortNum;           /**< Twin of `srcPortNum`. */
+    MC_SHARED(uint32_t) mldAdapt;               /**< Twin of `igmp_adapt`; 1 enables the traces of rule changes. */
+    MC_SHARED(uint32_t) mldOmciVersion;         /**< Twin of `flag_omci_version`. */
+    MC_SHARED(int32_t) setVlanNumber;           /**< Entries in `mldTemplateVlan` and `mldVlanList`, 0 to 16. */
+    portStateNode mldPortState[MC_LOGIC_PORTS]; /**< Twin of `portState`. */
+    mldPortParm mldPort[MC_LOGIC_PORTS];        /**< Parameters of each logic port. */
+    MC_SHARED(uint16_t) mldTemplateVlan[MC_TEMPLATE_VLANS]; /**< Template VLANs as the dump shows them. */
     MC_SHARED(int32_t) mldSetVlanCfgNumber[MC_LOGIC_PORTS]; /**< Live rules per logic port, 0 to 16. */
     MC_SHARED(uint32_t) mldVlanList[MC_TEMPLATE_VLANS];     /**< VLANs that the intake searches, low 12 bits. */
-    MC_SHARED(uint16_t) defaultVlan;
-    MC_SHARED(uint16_t) multiMode; /**< MLD mode: 2 snooping, 3 control; not the numbers of the IGMP side. */
-    MC_SHARED(uint16_t) learningMode;
-    MC_SHARED(uint8_t) robustness;
-    MC_SHARED(uint8_t) version;
-    MC_SHARED(uint32_t) query_interval;
-    MC_SHARED(uint32_t) query_max_resp_time;
-    MC_SHARED(uint32_t) last_member_query_interval;
-    MC_SHARED(uint32_t) last_member_query_count;
-    MC_SHARED(uint32_t) general_member_interval;
-    MC_SHARED(uint32_t) proxyip;
-    vlanCfgNode mldPortVlanCfg[MC_LOGIC_PORTS][MC_RULES_PER_PORT];
+    MC_SHARED(uint16_t) defaultVlan;                        /**< Default multicast VLAN. */
+    MC_SHARED(uint16_t) multiMode;      /**< MLD mode: 2 snooping, 3 control; not the numbers of the IGMP side. */
+    MC_SHARED(uint16_t) learningMode;   /**< VLAN learning: 0 off; no operation sets it. */
+    MC_SHARED(uint8_t) robustness;      /**< Robustness variable. */
+    MC_SHARED(uint8_t) version;         /**< MLD version. */
+    MC_SHARED(uint32_t) query_interval; /**< Time between general queries, in the engine's unit, as the next two. */
+    MC_SHARED(uint32_t) query_max_resp_time;        /**< Query response interval. */
+    MC_SHARED(uint32_t) last_member_query_interval; /**< Wait for an answer before a group is left. */
+    MC_SHARED(uint32_t) last_member_query_count;    /**< Queries before a group is left. */
+    MC_SHARED(uint32_t) general_member_interval;    /**< Age enable. */
+    MC_SHARED(uint32_t) proxyip;                    /**< Proxy source address, as in `igmpGlobleParm`; stored only. */
+    vlanCfgNode mldPortVlanCfg[MC_LOGIC_PORTS][MC_RULES_PER_PORT]; /**< Twin of `PortVlanCfg`. */
     mldTagRecord outerTag; /**< Tag of the last frame, and of the MLD packets that the engine sends. */
     mldTagRecord innerTag; /**< Second tag of the last control-mode upstream frame. */
 } mldInitParm;
 
 /** One group of the status record. */
 typedef struct grpRecord {
-    MC_SHARED(uint16_t) vlanId;
+    MC_SHARED(uint16_t) vlanId;       /**< VLAN of the group. */
     MC_SHARED(uint32_t) infoB;        /**< Engine value, passed on; as the other info fields. */
     MC_SHARED(uint32_t) groupAddress; /**< IPv4 group address, as the engine gives it. */
-    MC_SHARED(uint32_t) infoD;
-    MC_SHARED(uint32_t) infoE; /**< `GetIgmpStatusPara` counts its distinct values. */
-    MC_SHARED(uint32_t) infoF;
-    MC_SHARED(uint16_t) infoG;   /**< Kept, not passed on. */
-    MC_SHARED(uint8_t) userPort; /**< Port of the group. */
+    MC_SHARED(uint32_t) infoD;        /**< Engine value. */
+    MC_SHARED(uint32_t) infoE;        /**< `GetIgmpStatusPara` counts its distinct values. */
+    MC_SHARED(uint32_t) infoF;        /**< Engine value. */
+    MC_SHARED(uint16_t) infoG;        /**< Kept, not passed on. */
+    MC_SHARED(uint8_t) userPort;      /**< Port of the group. */
 } grpRecord;
 
 /** Status of one interface: four engine counters, in the engine's order. */
 typedef struct ifStatus {
-    MC_SHARED(uint32_t) counter[4];
+    MC_SHARED(uint32_t) counter[4]; /**< Which is which, is the engine's. */
 } ifStatus;
 
 /** Status snapshot, and layout of the shared status segment: 14392 bytes. */
 typedef struct grp_info {
-    MC_SHARED(uint32_t) std_cnt; /**< Valid group records, at most 512. */
-    grpRecord group[MC_STATUS_GROUPS];
-    ifStatus interfaceStatus[MC_LOGIC_PORTS];
-    MC_SHARED(uint32_t) spare;
+    MC_SHARED(uint32_t) std_cnt;                          /**< Valid group records, at most 512. */
+    grpRecord group[MC_STATUS_GROUPS];                    /**< The first `std_cnt` are valid. */
+    ifStatus interfaceStatus[MC_LOGIC_PORTS];             /**< One per logic port. */
+    MC_SHARED(uint32_t) spare;                            /**< 0. */
     MC_SHARED(uint32_t) oamFastLeave;                     /**< Fast-leave state last set through OAM: 2 on. */
     MC_SHARED(uint32_t) statusGroupLimit[MC_LOGIC_PORTS]; /**< Group limits as last set. */
     MC_SHARED(uint32_t) statusMode;                       /**< Protocol mode: 1 snooping, 2 proxy, 3 control. */

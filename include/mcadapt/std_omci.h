@@ -33,6 +33,7 @@ MCADAPT_API int32_t std_omci_set_multicast_mode(uint32_t mode);
  * @retval 0      Installed, or the template list is full (the rule is then stored all the same, but not for MLD).
  * @retval -1     Port not configured, or the MLD install refused.
  * @retval other  The MLD install's result, or the byte result of the last engine call when there was no MLD install.
+ * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
  */
 MCADAPT_API int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *rule);
 
@@ -42,6 +43,7 @@ MCADAPT_API int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *rule);
  * @retval 0      Installed, VLAN already registered, or the template list is full.
  * @retval -1     Port not configured, or its table is full.
  * @retval other  Full result of `mld_pack_set_mc_vlan`.
+ * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
  */
 MCADAPT_API int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule);
 
@@ -53,6 +55,7 @@ MCADAPT_API int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule);
  * @param rule  Describes the rule; not changed.
  * @retval 0   Done, also when nothing matched or the engine or the MLD removal refused.
  * @retval -1  Port not configured or without rules.
+ * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
  */
 MCADAPT_API int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *rule);
 
@@ -63,17 +66,19 @@ MCADAPT_API int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *rule);
  * @retval 0      Done, nothing matched, or the VLAN is still used or the default.
  * @retval -1     Port not configured, without rules, or above 29.
  * @retval other  Full result of `mld_pack_set_mc_vlan`.
+ * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
  */
 MCADAPT_API int32_t mld_onu_std_omci_delete_multicast_vlan(vlanCfgNode *rule);
 
-/** Sets the most groups a port may join. @return The result of `omci_set_port_igmpgroup_limit`. */
+/** Sets the most groups a port may join; arguments and result as `omci_set_port_igmpgroup_limit`. */
 MCADAPT_API int32_t std_omci_set_port_igmpgroup_limit(uint32_t port, int32_t limit);
 
 /**
  * Sets the multicast bandwidth limit of a port; stored in `max_bandwidth`.
  * @param port          Switch port, 0 to 29, configured.
- * @param enable        Handed to the engine, as vlan; neither is stored.
+ * @param enable        Handed to the engine; not stored.
  * @param maxBandwidth  In the engine's unit.
+ * @param vlan          Handed to the engine; not stored.
  * @return -1 for a bad port, else 0, also when the engine refuses.
  */
 MCADAPT_API int32_t std_max_multi_bandwidth_limit(uint32_t port, uint32_t enable, uint32_t maxBandwidth, uint32_t vlan);
@@ -81,7 +86,8 @@ MCADAPT_API int32_t std_max_multi_bandwidth_limit(uint32_t port, uint32_t enable
 /**
  * Lets a port join a range of groups.
  * @param port   Switch port, 0 to 29, configured.
- * @param start  First group value, not above `end`.
+ * @param start  First group value, the engine's own form.
+ * @param end    Last group value, not below `start`.
  * @param arg4   Handed to the engine unchanged.
  * @param vlan   Not 0.
  * @return -1 for a bad port, VLAN or range, else 0, also when the engine refuses.
@@ -89,7 +95,10 @@ MCADAPT_API int32_t std_max_multi_bandwidth_limit(uint32_t port, uint32_t enable
 MCADAPT_API int32_t onu_omci_add_auth_igmp_group_vlan_config(uint32_t port, uint32_t start, uint32_t end, uint32_t arg4,
                                                              uint16_t vlan);
 
-/** As `onu_omci_add_auth_igmp_group_vlan_config`; then turns range authorisation of the port on. */
+/**
+ * Lets a port join a range of groups, then turns range authorisation of the port on; arguments and result as
+ * `onu_omci_add_auth_igmp_group_vlan_config`.
+ */
 MCADAPT_API int32_t std_omci_add_port_auth_igmp_group_vlan_config(uint32_t port, uint32_t start, uint32_t end,
                                                                   uint32_t arg4, uint16_t vlan);
 
@@ -100,14 +109,24 @@ MCADAPT_API int32_t std_omci_add_port_auth_igmp_group_vlan_config(uint32_t port,
 MCADAPT_API int32_t std_omci_delete_port_auth_igmp_group_vlan_config(uint32_t port, uint32_t start, uint32_t end,
                                                                      uint32_t arg4, uint16_t vlan);
 
-/** Takes every range of a port back. @return -1, or the full result of `igmp_if_delete_auth_group_cfg_all`. */
+/**
+ * Takes every range of a port back.
+ * @param port  Switch port, 0 to 29, configured.
+ * @param vlan  Any value; handed to the engine.
+ * @return -1 for a bad port, else the full result of `igmp_if_delete_auth_group_cfg_all`.
+ */
 MCADAPT_API int32_t std_omci_clear_port_all_auth_igmp_group_vlan_config(uint32_t port, uint32_t vlan);
 
 /**
  * Tells the four counters of a port from the shared status segment. Takes 2 seconds.
- * @param port  0 or 1: index of the interface status, not a switch port; what lies beyond the segment reads as 0.
+ * @param port       0 or 1: index of the interface status, not a switch port; what lies beyond the segment reads as 0.
+ * @param[out] out1  First counter; which one that is, is the engine's, as for the next three.
+ * @param[out] out2  Second counter.
+ * @param[out] out3  Third counter.
+ * @param[out] out4  Fourth counter.
  * @retval 0   Told.
  * @retval -1  The segment cannot be had; the outputs are not written.
+ * @note Attaches the segment each time and never detaches it.
  */
 MCADAPT_API int32_t std_omci_get_port_igmp_count(uint32_t port, uint32_t *out1, uint32_t *out2, uint32_t *out3,
                                                  uint32_t *out4);
@@ -118,6 +137,7 @@ MCADAPT_API int32_t std_omci_get_port_igmp_count(uint32_t port, uint32_t *out1, 
  * @param[out] buf       Room for 512 entries of 28 bytes, at any alignment: bytes 0-1 zero; from byte 4 `infoB`, group
  *                       address, `infoD`, `infoE`, `infoF` in network byte order; byte 26 zero. Others are not written.
  * @return 0, also when the refresh failed; the groups are then those of the previous snapshot.
+ * @note Needs about 13 KiB of stack; prints the count whatever the masks hold.
  */
 MCADAPT_API int32_t std_omci_get_multicast_ip_port(uint32_t *countOut, uint8_t *buf);
 

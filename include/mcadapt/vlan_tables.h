@@ -29,6 +29,8 @@ MCADAPT_API mcRuleTable sortPortVlanCfg(mcConstRuleTable table, uint32_t usport)
 /**
  * As `sortPortVlanCfg` for the MLD ports, but without a workspace: the table is copied over `mldPortVlanCfg` (also
  * when the port is then refused) and packed there.
+ * @param table   The rule table to read; it may be `mldPortVlanCfg` itself.
+ * @param usport  Switch port, 0 to 29, one of `mldPortState`.
  * @return `mldPortVlanCfg`; null when the port is refused.
  */
 MCADAPT_API mcRuleTable mldsortPortVlanCfg(mcConstRuleTable table, uint32_t usport);
@@ -40,7 +42,7 @@ MCADAPT_API mcRuleTable mldsortPortVlanCfg(mcConstRuleTable table, uint32_t uspo
  */
 MCADAPT_API uint16_t *sortMcVlan(const uint16_t *list);
 
-/** As `sortMcVlan`, with a workspace of its own. */
+/** As `sortMcVlan`, with a workspace of its own; arguments and result as `sortMcVlan`. */
 MCADAPT_API uint16_t *sortmldVlan(const uint16_t *list);
 
 /**

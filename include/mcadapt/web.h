@@ -1,6 +1,6 @@
 /**
  * @file
- * Operation of the web configuration pages. Called on their thread.
+ * Operation of the web configuration pages. Called on the web pages' thread.
  */
 #ifndef MCADAPT_WEB_H
 #define MCADAPT_WEB_H
@@ -24,6 +24,7 @@ MCADAPT_BEGIN_DECLS
  * @retval -1     The port is not configured (logic port 0 has then lost its rules all the same), or its first position
  *                is taken.
  * @retval other  Low byte, sign-extended, of the engine's answer to the new VLAN; the rule stays stored.
+ * @note Called on the web pages' thread, one operation on rules or template VLANs at a time.
  */
 MCADAPT_API int32_t std_omci_web_set_vlan(vlanCfgNode *rule);
 
