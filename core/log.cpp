@@ -22,7 +22,7 @@ static void print(const char *prefix, const char *format, va_list arguments)
 {
     flockfile(stdout);
     fputs(prefix, stdout);
-    vprintf(format, arguments);
+    vfprintf(stdout, format, arguments);
     funlockfile(stdout);
 }
 
