@@ -2,7 +2,8 @@
 
 # What users of the library see: the exported operations and the platform calls.
 add_library(mcadapt_interface INTERFACE)
-target_include_directories(mcadapt_interface INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_include_directories(mcadapt_interface INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 
 # Warnings and instrumentation, for everything that is compiled here.
 add_library(mcadapt_flags INTERFACE)
@@ -23,6 +24,9 @@ target_compile_options(mcadapt_library_flags INTERFACE
     -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden -fno-semantic-interposition)
 if(NOT MCADAPT_SANITIZE)
     target_compile_options(mcadapt_library_flags INTERFACE -fno-unwind-tables -fno-asynchronous-unwind-tables)
+endif()
+if(MCADAPT_FOOTPRINT)
+    target_compile_options(mcadapt_library_flags INTERFACE -fcallgraph-info=su)
 endif()
 if(MCADAPT_COVERAGE)
     target_compile_options(mcadapt_library_flags INTERFACE --coverage)

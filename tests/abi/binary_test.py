@@ -1,12 +1,11 @@
 """The built library: what it needs, exports and imports, and that no C++ run time is behind it."""
 import os
 import re
-import subprocess
 import unittest
 
+from binary_symbols import dynamic_symbols, readelf, symbols
 from declarations import listed
 
-READELF = os.environ.get("MCADAPT_READELF", "readelf")
 SHARED = os.environ["MCADAPT_SHARED"]
 STATIC = os.environ["MCADAPT_STATIC"]
 
@@ -16,31 +15,9 @@ RUN_TIME = re.compile(
 )
 
 
-def readelf(*arguments):
-    return subprocess.run([READELF, "-W", *arguments], capture_output=True, text=True, check=True).stdout
-
-
 def dynamic(tag):
     """The values of a tag of the dynamic section."""
     return re.findall(rf"\({tag}\).*\[(.*)\]", readelf("--dynamic", SHARED))
-
-
-class Symbol:
-    """A line of a symbol table: number, value, size, type, binding, visibility, section, name."""
-
-    def __init__(self, fields):
-        self.type, self.binding, self.visibility, self.section = fields[3:7]
-        self.name = fields[7].split("@")[0]
-        self.defined = self.section != "UND"
-
-
-def symbols(*arguments):
-    lines = [line.split() for line in readelf(*arguments).splitlines()]
-    return [Symbol(fields) for fields in lines if len(fields) >= 8 and re.fullmatch(r"\d+:", fields[0])]
-
-
-def dynamic_symbols():
-    return [s for s in symbols("--dyn-syms", SHARED) if s.binding != "LOCAL"]
 
 
 class TheSharedLibrary(unittest.TestCase):
@@ -53,12 +30,20 @@ class TheSharedLibrary(unittest.TestCase):
 
     def test_exports_exactly_the_listed_names(self):
         kinds = {"FUNC": "function", "OBJECT": "object"}
-        exported = [f"{kinds.get(s.type, s.type)} {s.name}" for s in dynamic_symbols() if s.defined]
+        exported = [f"{kinds.get(s.type, s.type)} {s.name}" for s in dynamic_symbols(SHARED) if s.defined]
         self.assertEqual(sorted(exported), sorted(listed("exported_symbols.txt")))
+
+    def test_gives_every_exported_name_the_version_of_its_own_name(self):
+        node = "MCADAPT_" + dynamic("SONAME")[0].rsplit(".", 1)[1]
+        self.assertEqual({s.version for s in dynamic_symbols(SHARED) if s.defined}, {node})
+
+    def test_takes_platform_calls_of_any_version(self):
+        platform_calls = set(listed("platform_calls.txt"))
+        self.assertEqual({s.version for s in dynamic_symbols(SHARED) if s.name in platform_calls}, {""})
 
     def test_imports_every_platform_call_and_plain_libc(self):
         platform_calls = set(listed("platform_calls.txt"))
-        imported = {s.name for s in dynamic_symbols() if not s.defined}
+        imported = {s.name for s in dynamic_symbols(SHARED) if not s.defined}
         self.assertEqual(sorted(platform_calls - imported), [], "platform calls that nothing makes")
         self.assertEqual(sorted(imported - platform_calls - set(listed("libc_names.txt"))), [], "unexpected imports")
 
