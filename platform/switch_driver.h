@@ -3,7 +3,8 @@
  * The switch driver: calls that a port supplies and the library makes.
  *
  * Ports are switch port numbers: 0 is the user port, 29 the uplink. Unless a call says otherwise, a result of 0 is
- * success and any other value is the driver's own code, which the library prints or passes on unchanged.
+ * success and any other value is the driver's own code, which the library prints or passes on unchanged. Pointers are
+ * valid during the call only.
  */
 #ifndef MCADAPT_PLATFORM_SWITCH_DRIVER_H
 #define MCADAPT_PLATFORM_SWITCH_DRIVER_H

@@ -2,7 +2,9 @@
  * @file
  * Services of the unit: calls that a port supplies and the library makes.
  *
- * Beside these the library calls libc: `printf` and `puts`, `calloc` once per start-up and full reset, `sleep`, and
+ * Pointers are valid during the call only.
+ *
+ * Beside these the library calls libc: `printf` and its like, `calloc` once per start-up and full reset, `sleep`, and
  * System V shared memory (`shmget` with key 82, 14392 bytes; `shmat`) in the status queries.
  */
 #ifndef MCADAPT_PLATFORM_UNIT_SERVICES_H
