@@ -18,7 +18,7 @@ template <class F, uint32_t log_class> static constexpr const char *prefix()
 }
 
 // One message at a time: another thread's must not stand between the prefix and the rest.
-static void print(const char *prefix, const char *format, va_list arguments)
+[[gnu::format(printf, 2, 0)]] static void print(const char *prefix, const char *format, va_list arguments)
 {
     flockfile(stdout);
     fputs(prefix, stdout);

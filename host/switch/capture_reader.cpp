@@ -36,12 +36,20 @@ int64_t seconds_of(const timeval &stamp)
     return seconds < 0 && seconds >= INT32_MIN ? seconds + (int64_t{1} << 32) : seconds;
 }
 
-bool is_time(const timeval &stamp) { return seconds_of(stamp) >= 0 && seconds_of(stamp) <= UINT32_MAX; }
-
 Time time_of(const timeval &stamp)
 {
-    // Opened with nanosecond precision: tv_usec holds nanoseconds.
+    // Opened with nanosecond precision: tv_usec holds nanoseconds, in a damaged file any number of them.
     return std::chrono::seconds(seconds_of(stamp)) + std::chrono::nanoseconds(stamp.tv_usec);
+}
+
+bool is_time(const timeval &stamp)
+{
+    constexpr Time kEnd = std::chrono::seconds(int64_t{1} << 32);
+    const int64_t seconds = seconds_of(stamp);
+    if (seconds < 0 || seconds > UINT32_MAX)
+        return false; // beyond what can be counted in nanoseconds
+    const Time at = time_of(stamp);
+    return at >= Time{0} && at < kEnd;
 }
 
 } // namespace

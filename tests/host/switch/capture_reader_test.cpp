@@ -208,6 +208,21 @@ TEST_F(CaptureInput, refuses_times_that_a_pcap_file_cannot_hold)
     }
 }
 
+TEST_F(CaptureInput, refuses_times_that_a_fraction_of_more_than_a_second_moves_out_of_range)
+{
+    const struct {
+        uint32_t seconds;
+        uint32_t fraction;
+    } times[] = {{0, 0xFFFFFFFF}, {1, 0x80000000}, {0xFFFFFFFF, 1000000000}};
+    for (const auto &time : times) {
+        SCOPED_TRACE(time.fraction);
+        const std::string file = write("odd", nano().pcap_frame(time.seconds, time.fraction, "a"));
+        EXPECT_EQ(error_of_adding(file), file + ": frame 1: its time is not between 1970 and 2106");
+    }
+    reader.add(write("odd", nano().pcap_frame(3, 0x80000000, "a").pcap_frame(3, 1500000000, "b")), 0);
+    EXPECT_THAT(rest_of(reader), ElementsAre("852516352 0 a/1", "4500000000 0 b/1"));
+}
+
 TEST_F(CaptureInput, tells_how_far_it_has_come)
 {
     const CaptureBytes one = nano().pcap_frame(1, 0, "a");
