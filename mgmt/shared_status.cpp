@@ -3,7 +3,6 @@
  * Queries that answer from the shared status segment, which a process outside this library keeps up to date.
  */
 #include <cstddef>
-#include <cstring>
 #include <sys/ipc.h>
 #include <sys/shm.h>
 #include <unistd.h>
@@ -30,19 +29,16 @@ static constexpr uint32_t kFastLeaveOff = 2;
 /** The attached segment; attached anew by each query and never detached. */
 class SharedStatus {
 public:
-    explicit SharedStatus(const void *segment) : segment_(static_cast<const uint8_t *>(segment)) {}
+    explicit SharedStatus(const void *segment) : words_(static_cast<const MC_SHARED(uint32_t) *>(segment)) {}
 
-    /** One word, by its byte offset; what lies beyond the segment reads as 0. */
+    /** One word, by its byte offset, a multiple of 4; what lies beyond the segment reads as 0. */
     uint32_t word(uint64_t offset) const
     {
-        uint32_t value = 0;
-        if (offset + sizeof(value) <= kSegmentBytes)
-            memcpy(&value, segment_ + offset, sizeof(value));
-        return value;
+        return offset < kSegmentBytes ? uint32_t{words_[offset / sizeof(uint32_t)]} : 0;
     }
 
 private:
-    const uint8_t *segment_;
+    const MC_SHARED(uint32_t) *words_; // the publisher may be writing them
 };
 
 static int find_segment()

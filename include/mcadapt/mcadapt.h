@@ -6,7 +6,8 @@
  * must supply the calls declared under `platform/`: the protocol engine, the switch driver and the unit services.
  *
  * Threads: the operations of an agent run on that agent's thread; the library takes no lock. Single fields of the
- * records are written whole; operations that change rules or template VLANs must be called one at a time.
+ * records are written whole; operations that change rules, template VLANs or static groups must be called one at a
+ * time.
  *
  * Results: 0 success; -1 refused by the library; otherwise the engine's code, whole or reduced to its low byte,
  * sign-extended, as each operation says. What an operation stores is stored before the engine is asked and stays

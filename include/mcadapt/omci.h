@@ -54,7 +54,7 @@ MCADAPT_API int32_t omci_get_multicast_mode(uint8_t *out);
  * @param vlan1       User-side VLAN (tag and untag: the multicast VLAN), low 16 bits.
  * @param vlan2       Multicast VLAN of a translation, low 16 bits.
  * @return Result of the MLD install.
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t igmp_port_vlan_and_mode_set(int32_t port_index, uint32_t mode, uint32_t vlan1, uint32_t vlan2);
 
@@ -65,7 +65,7 @@ MCADAPT_API int32_t igmp_port_vlan_and_mode_set(int32_t port_index, uint32_t mod
  * Arguments as `igmp_port_vlan_and_mode_set`.
  *
  * @return 0, whatever was removed or refused.
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t igmp_service_remove_port_config(int32_t port_index, uint32_t mode, uint32_t vlan1, uint32_t vlan2);
 
@@ -76,7 +76,7 @@ MCADAPT_API int32_t igmp_service_remove_port_config(int32_t port_index, uint32_t
  *
  * @param vlan  Handed whole to `mld_api_set_default_vlan` and `igmp_default_vid_set`.
  * @return Full result of `igmp_default_vid_set`, or the byte result of `igmp_vlan_add` when that was called.
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t omci_set_igmp_default_vlan(uint32_t vlan);
 
@@ -105,7 +105,7 @@ MCADAPT_API int32_t omci_set_igmp_age_time(void);
  * Takes a new status block and leaves the old one behind; programs the protocol mode, and the switch with it, again.
  * MLD and the static group counts keep what they hold. Refusals are printed.
  *
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API void omci_clear_igmp_all_parmeter(void);
 
@@ -293,6 +293,7 @@ MCADAPT_API int32_t omci_clear_all_auth_igmp_group_vlan_config(void);
  * @param arg4      Ignored.
  * @param vlan      Not 0.
  * @return -1 for a bad port, VLAN or range, else the byte result of the last `igmp_if_static_group_source_add`.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t omci_add_static_multi_acess_ctrl_table(uint32_t port, const uint8_t *startBuf,
                                                            const uint8_t *endBuf, uint32_t arg4, uint16_t vlan);
@@ -305,6 +306,7 @@ MCADAPT_API int32_t omci_add_static_multi_acess_ctrl_table(uint32_t port, const 
  *
  * @return -1 for a bad port, VLAN or range, else the byte result of the last `igmp_if_static_group_source_del`, 0 if
  *         none was made.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t omci_del_static_multi_acess_ctrl_table(uint32_t port, const uint8_t *startBuf,
                                                            const uint8_t *endBuf, uint32_t arg4, uint16_t vlan);
@@ -313,6 +315,7 @@ MCADAPT_API int32_t omci_del_static_multi_acess_ctrl_table(uint32_t port, const 
  * Removes every static group of a port.
  * @param port  Switch port, 0 to 29, configured.
  * @return -1 for a bad port, else the byte result of the last `igmp_if_static_group_source_del`, 0 if none was made.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t omci_clear_all_static_multi_acess_ctrl_table(uint32_t port);
 

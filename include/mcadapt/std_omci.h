@@ -33,7 +33,7 @@ MCADAPT_API int32_t std_omci_set_multicast_mode(uint32_t mode);
  * @retval 0      Installed, or the template list is full (the rule is then stored all the same, but not for MLD).
  * @retval -1     Port not configured, or the MLD install refused.
  * @retval other  The MLD install's result, or the byte result of the last engine call when there was no MLD install.
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *rule);
 
@@ -43,7 +43,7 @@ MCADAPT_API int32_t std_omci_set_multicast_vlan_onu(const vlanCfgNode *rule);
  * @retval 0      Installed, VLAN already registered, or the template list is full.
  * @retval -1     Port not configured, or its table is full.
  * @retval other  Full result of `mld_pack_set_mc_vlan`.
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule);
 
@@ -55,7 +55,7 @@ MCADAPT_API int32_t mld_onu_std_omci_set_multicast_vlan(vlanCfgNode *rule);
  * @param rule  Describes the rule; not changed.
  * @retval 0   Done, also when nothing matched or the engine or the MLD removal refused.
  * @retval -1  Port not configured or without rules.
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *rule);
 
@@ -66,7 +66,7 @@ MCADAPT_API int32_t std_omci_delete_multicast_vlan_onu(const vlanCfgNode *rule);
  * @retval 0      Done, nothing matched, or the VLAN is still used or the default.
  * @retval -1     Port not configured, without rules, or above 29.
  * @retval other  Full result of `mld_pack_set_mc_vlan`.
- * @note Called on the OMCI agent's thread, one operation on rules or template VLANs at a time.
+ * @note Called on the OMCI agent's thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t mld_onu_std_omci_delete_multicast_vlan(vlanCfgNode *rule);
 

@@ -24,7 +24,7 @@ MCADAPT_BEGIN_DECLS
  * @retval -1     The port is not configured (logic port 0 has then lost its rules all the same), or its first position
  *                is taken.
  * @retval other  Low byte, sign-extended, of the engine's answer to the new VLAN; the rule stays stored.
- * @note Called on the web pages' thread, one operation on rules or template VLANs at a time.
+ * @note Called on the web pages' thread, one operation on rules, VLANs or static groups at a time.
  */
 MCADAPT_API int32_t std_omci_web_set_vlan(vlanCfgNode *rule);
 
