@@ -26,7 +26,9 @@ Time Engine::next_timer() const
 void Engine::run_timers()
 {
     const Call call(*core_);
-    while (Timer *timer = core_->context.timers.take_due(core_->context.now()))
+    // Due when the call began: on a clock that runs meanwhile, timers that are set anew would keep others waiting.
+    const Time now = core_->context.now();
+    while (Timer *timer = core_->context.timers.take_due(now))
         core_->half(timer->mld ? Family::kMld : Family::kIgmp).fire(*timer);
 }
 
@@ -67,7 +69,11 @@ bool Engine::share_status(bool on)
 
 // --- A look inside
 
-const Counters &Engine::counters(Family family) const { return core_->half(family).counters(); }
+Counters Engine::counters(Family family) const
+{
+    const Call call(*core_);
+    return core_->half(family).counters();
+}
 
 InterfaceCounters Engine::interface_counters(uint32_t port) const
 {
@@ -86,6 +92,12 @@ std::size_t Engine::group_count(Family family) const
 {
     const Call call(*core_);
     return core_->half(family).groups().size();
+}
+
+std::bitset<4096> Engine::vlans(Family family) const
+{
+    const Call call(*core_);
+    return core_->half(family).vlans();
 }
 
 std::size_t Engine::memory_bytes() const

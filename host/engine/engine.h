@@ -32,6 +32,7 @@
 #ifndef MCADAPT_HOST_ENGINE_ENGINE_H
 #define MCADAPT_HOST_ENGINE_ENGINE_H
 
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -107,10 +108,12 @@ public:
 
     // --- A look inside
 
-    const Counters &counters(Family family) const;
+    Counters counters(Family family) const;
     InterfaceCounters interface_counters(uint32_t port) const;
     Mode mode(Family family) const;
     std::size_t group_count(Family family) const;
+    /** The multicast VLANs that were added, by id; without those that were learned. */
+    std::bitset<4096> vlans(Family family) const;
     /** All memberships by VLAN, group and port. */
     std::vector<GroupView> groups(Family family) const;
     /** Whether the port listens to this source of the group. */

@@ -1,6 +1,4 @@
 // Mode, parameters, VLANs and ports.
-#include <algorithm>
-
 #include "host/engine/engine_core.h"
 
 namespace mcadapt::host {
@@ -111,10 +109,14 @@ int32_t Engine::set_ssm_map(const uint32_t *words)
     const Call call(*core_);
     if (!words)
         return code(Result::kInvalid);
-    const bool sources = words[2] != 0 || words[3] != 0;
-    if (words[4] != 0 && (words[0] >> 28 != 0xE || !sources))
+    // The words stay the library's, whose other threads may write them meanwhile: each is read once, and whole.
+    decltype(core_->context.settings.ssm_map) map;
+    for (uint32_t &word : map)
+        word = __atomic_load_n(words++, __ATOMIC_RELAXED);
+    const bool sources = map[2] != 0 || map[3] != 0;
+    if (map[4] != 0 && (map[0] >> 28 != 0xE || !sources))
         return code(Result::kInvalid);
-    std::copy_n(words, core_->context.settings.ssm_map.size(), core_->context.settings.ssm_map.begin());
+    core_->context.settings.ssm_map = map;
     return code(Result::kOk);
 }
 

@@ -29,6 +29,7 @@ public:
     const GroupTable &groups() const { return groups_; }
     Family family() const { return family_; }
     Mode mode() const { return mode_; }
+    const std::bitset<4096> &vlans() const { return registered_; }
     std::size_t memory_bytes() const { return groups_.memory_bytes() + outlet_.memory_bytes(); }
 
     /** Back to the start state, with every entry given back. */

@@ -27,11 +27,12 @@ grpRecord record_of(const PortGroup &group, Time now)
 }
 
 // In the order of the packed record.
-void pack(const grpRecord &record, uint8_t *p)
+void pack(const grpRecord &record, uint8_t *packed)
 {
-    const auto put = [&p](const auto &field) {
-        std::memcpy(p, &field, sizeof field);
-        p += sizeof field;
+    uint8_t *next = packed;
+    const auto put = [&next](const auto &field) {
+        std::memcpy(next, &field, sizeof field);
+        next += sizeof field;
     };
     put(record.vlanId);
     put(record.infoB);
@@ -41,6 +42,31 @@ void pack(const grpRecord &record, uint8_t *p)
     put(record.infoF);
     put(record.infoG);
     put(record.userPort);
+}
+
+template <class T, class Value> void put_whole(T &field, Value value)
+{
+    __atomic_store_n(&field, static_cast<T>(value), __ATOMIC_RELAXED);
+}
+
+void put_whole(grpRecord &place, const grpRecord &record)
+{
+    put_whole(place.vlanId, record.vlanId);
+    put_whole(place.infoB, record.infoB);
+    put_whole(place.groupAddress, record.groupAddress);
+    put_whole(place.infoD, record.infoD);
+    put_whole(place.infoE, record.infoE);
+    put_whole(place.infoF, record.infoF);
+    put_whole(place.infoG, record.infoG);
+    put_whole(place.userPort, record.userPort);
+}
+
+void put_whole(ifStatus &place, const InterfaceCounters &counters)
+{
+    put_whole(place.counter[0], counters.bandwidth);
+    put_whole(place.counter[1], counters.joins);
+    put_whole(place.counter[2], counters.bandwidth_exceeded);
+    put_whole(place.counter[3], counters.groups);
 }
 
 std::vector<const PortGroup *> sorted_groups(const Half &igmp, uint32_t port)
@@ -83,24 +109,6 @@ InterfaceCounters interface_counters(const Context &context, const Half &igmp, u
     return counters;
 }
 
-void fill_status(const Context &context, const Half &igmp, grp_info &status)
-{
-    constexpr uint32_t kLogicPorts[MC_LOGIC_PORTS] = {0, kUplinkPort};
-    constexpr uint32_t kFastLeaveOff = 1, kFastLeaveOn = 2;
-    const std::vector<const PortGroup *> groups = sorted_groups(igmp, kAnyPort);
-    status.std_cnt = static_cast<uint32_t>(std::min(groups.size(), std::size_t{MC_STATUS_GROUPS}));
-    for (uint32_t i = 0; i < status.std_cnt; ++i)
-        status.group[i] = record_of(*groups[i], context.now());
-    for (std::size_t logic = 0; logic < MC_LOGIC_PORTS; ++logic) {
-        const InterfaceCounters counters = interface_counters(context, igmp, kLogicPorts[logic]);
-        status.interfaceStatus[logic] = {
-            {counters.bandwidth, counters.joins, counters.bandwidth_exceeded, counters.groups}};
-        status.statusGroupLimit[logic] = context.ports[kLogicPorts[logic]].group_limit;
-    }
-    status.oamFastLeave = context.ports[0].fast_leave ? kFastLeaveOn : kFastLeaveOff;
-    status.statusMode = static_cast<uint32_t>(igmp.mode());
-}
-
 bool SharedStatus::attach()
 {
     if (status_)
@@ -122,6 +130,23 @@ void SharedStatus::detach()
     status_ = nullptr;
 }
 
-void SharedStatus::update(const Context &context, const Half &igmp) { fill_status(context, igmp, *status_); }
+// The count is written last, and kept here: what the segment holds may be anybody's.
+void SharedStatus::update(const Context &context, const Half &igmp)
+{
+    constexpr uint32_t kLogicPorts[MC_LOGIC_PORTS] = {0, kUplinkPort};
+    constexpr uint32_t kFastLeaveOff = 1, kFastLeaveOn = 2;
+    const std::vector<const PortGroup *> groups = sorted_groups(igmp, kAnyPort);
+    const std::size_t count = std::min(groups.size(), std::size_t{MC_STATUS_GROUPS});
+    for (std::size_t i = 0; i < count; ++i)
+        put_whole(status_->group[i], record_of(*groups[i], context.now()));
+    put_whole(status_->std_cnt, static_cast<uint32_t>(count));
+    for (std::size_t logic = 0; logic < MC_LOGIC_PORTS; ++logic) {
+        const PortSettings &port = context.ports[kLogicPorts[logic]];
+        put_whole(status_->interfaceStatus[logic], interface_counters(context, igmp, kLogicPorts[logic]));
+        put_whole(status_->statusGroupLimit[logic], port.group_limit);
+    }
+    put_whole(status_->oamFastLeave, context.ports[0].fast_leave ? kFastLeaveOn : kFastLeaveOff);
+    put_whole(status_->statusMode, static_cast<uint32_t>(igmp.mode()));
+}
 
 } // namespace mcadapt::host

@@ -18,10 +18,7 @@ int32_t gather_groups(const Context &context, const Half &igmp, uint32_t port, u
 
 InterfaceCounters interface_counters(const Context &context, const Half &igmp, uint32_t port);
 
-/** Everything of the status record that the engine knows. */
-void fill_status(const Context &context, const Half &igmp, grp_info &status);
-
-/** The shared segment with key 82. */
+/** The shared segment with key 82. Others read it at any time: each field is written whole, and none is read back. */
 class SharedStatus {
 public:
     ~SharedStatus() { detach(); }

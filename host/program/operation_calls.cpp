@@ -127,13 +127,16 @@ std::string set_ssm_map(const Values &v)
 
 std::string set_oam_control(const Values &v)
 {
-    std::vector<uint8_t> buffer = {1, static_cast<uint8_t>(v.entries().size())};
+    constexpr std::size_t kEntryBytes = 10;
+    std::vector<uint8_t> buffer(2 + v.entries().size() * kEntryBytes);
+    buffer[0] = 1;
+    buffer[1] = static_cast<uint8_t>(v.entries().size());
+    uint8_t *packed = buffer.data() + 2;
     for (const ControlEntryWord &entry : v.entries()) {
-        uint8_t packed[10];
         std::memcpy(packed, &entry.port, 2);
         std::memcpy(packed + 2, &entry.vlan, 2);
         std::memcpy(packed + 4, entry.mac, 6);
-        buffer.insert(buffer.end(), packed, packed + sizeof(packed));
+        packed += kEntryBytes;
     }
     return status(mc_oam_set_multicast_control(v.number(0), static_cast<uint32_t>(buffer.size()), buffer.data()));
 }
@@ -213,9 +216,12 @@ std::string get_std_groups(const Values &)
                 [](const uint8_t *entry) { return ipv4_text(__builtin_bswap32(word_at(entry + 8))); });
 }
 
+// The records are shared with the library's other threads: each field is read whole.
+template <class T> static T whole(const T &field) { return __atomic_load_n(&field, __ATOMIC_RELAXED); }
+
 static std::string get_rule_counts(const int32_t *counts)
 {
-    return fmt::format("{} and {} rules", counts[0], counts[1]);
+    return fmt::format("{} and {} rules", whole(counts[0]), whole(counts[1]));
 }
 
 std::string get_igmp_rule_counts(const Values &) { return get_rule_counts(getPortVlanConfigNumber()); }
@@ -229,8 +235,8 @@ std::string get_mld_template_count(const Values &) { return fmt::format("{} VLAN
 std::string get_parameters(const Values &)
 {
     const igmpGlobleParm &parameters = *getIgmpGlobleParmeter();
-    return fmt::format("mode {}, version {}, robustness {}, default VLAN {}", parameters.multiMode, parameters.version,
-                       parameters.robustness, parameters.defaultVlan);
+    return fmt::format("mode {}, version {}, robustness {}, default VLAN {}", whole(parameters.multiMode),
+                       whole(parameters.version), whole(parameters.robustness), whole(parameters.defaultVlan));
 }
 
 std::string set_channels(const Values &v)

@@ -248,6 +248,18 @@ int32_t Switch::send(Bytes frame, uint32_t port)
     return 0;
 }
 
+SwitchCounters Switch::counters() const
+{
+    const Lock lock(mutex_);
+    return counters_;
+}
+
+PortCounters Switch::port_counters(uint32_t port) const
+{
+    const Lock lock(mutex_);
+    return port_counters_.at(port);
+}
+
 std::vector<ForwardingEntry> Switch::entries() const
 {
     const Lock lock(mutex_);

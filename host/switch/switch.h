@@ -8,8 +8,7 @@
  * the port where the routers are: data from a user port always leaves through it, as RFC 4541 section 2.1.2 asks.
  * What is not multicast is no matter of this switch.
  *
- * Every member may be called on any thread; of the sight inside, the counters only when nothing else runs. Observer and
- * sink are told while the switch is locked: they do not call it.
+ * Every member may be called on any thread. Observer and sink are told while the switch is locked: they do not call it.
  */
 #ifndef MCADAPT_HOST_SWITCH_SWITCH_H
 #define MCADAPT_HOST_SWITCH_SWITCH_H
@@ -112,9 +111,9 @@ public:
     // --- A look inside
 
     bool has_port(uint32_t port) const;
-    const SwitchCounters &counters() const { return counters_; }
+    SwitchCounters counters() const;
     /** Throws `std::out_of_range` for a port above `kHighestPort`. */
-    const PortCounters &port_counters(uint32_t port) const { return port_counters_.at(port); }
+    PortCounters port_counters(uint32_t port) const;
     /** By VLAN, MAC address and port. */
     std::vector<ForwardingEntry> entries() const;
     bool traps(Family family) const;

@@ -1,11 +1,14 @@
 #include "host/unit/unit_binding.h"
 
 #include <algorithm>
+#include <csetjmp>
 #include <cstring>
+#include <exception>
 #include <pthread.h>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace mcadapt::host {
 
@@ -21,17 +24,29 @@ constexpr int32_t kRefused = -1;
 // A longer name is refused by the system.
 constexpr std::size_t kThreadNameLength = 15;
 
-void run_named(const std::string &name, palTaskEntry entry)
+thread_local std::jmp_buf *way_out = nullptr;
+
+// Never destroyed: a task may run to the end of the process.
+std::vector<std::thread> &task_threads()
+{
+    static auto &threads = *new std::vector<std::thread>;
+    return threads;
+}
+
+void run_task(const std::string &name, palTaskEntry entry)
 {
     pthread_setname_np(pthread_self(), name.c_str());
-    entry();
+    std::jmp_buf start;
+    way_out = &start;
+    if (setjmp(start) == 0)
+        entry();
+    way_out = nullptr;
 }
 
 bool start_thread(const char *name, palTaskEntry entry)
 {
     try {
-        // A task lives as long as the process.
-        std::thread(run_named, std::string(name).substr(0, kThreadNameLength), entry).detach();
+        task_threads().emplace_back(run_task, std::string(name).substr(0, kThreadNameLength), entry);
         return true;
     } catch (const std::system_error &) {
         return false;
@@ -49,6 +64,20 @@ void install(const UnitSettings *settings, Tasks tasks)
 }
 
 palTaskEntry stored_task() { return kept_entry; }
+
+void leave_task()
+{
+    if (way_out == nullptr)
+        std::terminate(); // not on a task's thread
+    std::longjmp(*way_out, 1);
+}
+
+void join_tasks()
+{
+    for (std::thread &task : task_threads())
+        task.join();
+    task_threads().clear();
+}
 
 } // namespace mcadapt::host
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <future>
 #include <pthread.h>
 #include <string>
@@ -42,7 +43,11 @@ protected:
 
     void run_with(Tasks tasks) { install(&settings, tasks); }
     void SetUp() override { run_with(Tasks::kStored); }
-    void TearDown() override { install(nullptr, Tasks::kStored); }
+    void TearDown() override
+    {
+        join_tasks();
+        install(nullptr, Tasks::kStored);
+    }
 };
 
 TEST_F(UnitServices, give_the_mac_address_of_the_settings)
@@ -120,9 +125,32 @@ TEST_F(UnitServices, run_a_task_on_a_thread_of_its_own_and_of_its_name_when_live
         EXPECT_EQ(create(tell_thread, &id, c.given), 0);
         EXPECT_NE(id, 0u);
         const Seen seen = ran.get_future().get();
+        join_tasks();
         EXPECT_NE(seen.thread, std::this_thread::get_id());
         EXPECT_EQ(seen.name, c.thread);
     }
+}
+
+std::atomic<int> passes{0};
+void endless_task()
+{
+    for (;;)
+        if (++passes == 3)
+            leave_task();
+}
+
+// The receive task has no end of its own; a unit that is taken apart ends it from inside a call.
+TEST_F(UnitServices, a_live_task_can_be_left_and_waited_for)
+{
+    run_with(Tasks::kThreads);
+    for (int unit = 0; unit < 2; ++unit) {
+        passes = 0;
+        uint32_t id = 0;
+        EXPECT_EQ(create(endless_task, &id), 0);
+        join_tasks();
+        EXPECT_EQ(passes, 3);
+    }
+    join_tasks(); // there is none left
 }
 
 TEST_F(UnitServices, are_refused_without_settings_but_write_what_nobody_checks)

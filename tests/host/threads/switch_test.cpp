@@ -6,10 +6,10 @@
 namespace mcadapt::host::test {
 namespace {
 
-class Threads : public SwitchTest {};
+class SwitchThreads : public SwitchTest {};
 
 // The library sends and sets entries on its receive task and on the engine's threads.
-TEST_F(Threads, can_use_the_switch_at_the_same_time)
+TEST_F(SwitchThreads, can_use_the_switch_at_the_same_time)
 {
     constexpr uint32_t kRounds = 2000;
     constexpr uint32_t kThreads = 4;
