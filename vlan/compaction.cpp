@@ -39,7 +39,7 @@ using namespace mcadapt;
 
 mcRuleTable sortPortVlanCfg(mcConstRuleTable table, uint32_t usport)
 {
-    static RuleTable workspace;
+    static RuleTable workspace = {};
 
     copy_rules(workspace, table);
     LOG_TRACE(Igmp, "sortPortVlanCfg usport = %d\r\n", usport);
@@ -72,14 +72,14 @@ mcRuleTable mldsortPortVlanCfg(mcConstRuleTable table, uint32_t usport)
 
 uint16_t *sortMcVlan(const uint16_t *list)
 {
-    static MC_SHARED(uint16_t) workspace[MC_TEMPLATE_VLANS];
+    static MC_SHARED(uint16_t) workspace[MC_TEMPLATE_VLANS] = {};
     pack_vlans(as_shared(list), workspace);
     return plain(workspace);
 }
 
 uint16_t *sortmldVlan(const uint16_t *list)
 {
-    static MC_SHARED(uint16_t) workspace[MC_TEMPLATE_VLANS];
+    static MC_SHARED(uint16_t) workspace[MC_TEMPLATE_VLANS] = {};
     pack_vlans(as_shared(list), workspace);
     return plain(workspace);
 }

@@ -57,6 +57,10 @@ class TheObjects(unittest.TestCase):
         self.assertIn(".text", sections)
         self.assertEqual(re.findall(r"\.(?:init_array|preinit_array|ctors|fini_array|dtors)\S*", sections), [])
 
+    def test_set_nothing_up_at_its_first_use(self):
+        guards = [s.name for s in symbols("--syms", STATIC) if s.name.startswith("_ZGV")]
+        self.assertEqual(guards, [])
+
     def test_ask_for_no_cxx_run_time(self):
         names = {s.name for s in symbols("--syms", STATIC) if not s.defined}
         self.assertIn("printf", names)
