@@ -1,13 +1,6 @@
-# 32-bit ARM Linux, hard float, with Debian's cross compiler; tests run under qemu-user.
-set(CMAKE_SYSTEM_NAME Linux)
-set(CMAKE_SYSTEM_PROCESSOR arm)
-
-set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
-set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
-
-set(CMAKE_FIND_ROOT_PATH /usr/arm-linux-gnueabihf)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# 32-bit ARM Linux, hard float.
+set(MCADAPT_TRIPLET arm-linux-gnueabihf)
+set(MCADAPT_PROCESSOR arm)
+set(MCADAPT_EMULATOR qemu-arm)
+set(MCADAPT_MACHINE "-mthumb")
+include(${CMAKE_CURRENT_LIST_DIR}/debian_cross.cmake)

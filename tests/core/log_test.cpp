@@ -71,9 +71,9 @@ TEST_P(LogClass, is_silent_whatever_else_is_set)
 
 INSTANTIATE_TEST_SUITE_P(OfBothFamilies, LogClass, ::testing::ValuesIn(classes()));
 
-class Log : public LibraryTest {};
+class Logging : public LibraryTest {};
 
-TEST_F(Log, does_not_compute_the_arguments_of_a_closed_gate)
+TEST_F(Logging, does_not_compute_the_arguments_of_a_closed_gate)
 {
     int computed = 0;
     const auto argument = [&computed] { return ++computed; };
@@ -93,14 +93,14 @@ TEST_F(Log, does_not_compute_the_arguments_of_a_closed_gate)
     EXPECT_EQ(computed, 6);
 }
 
-TEST_F(Log, adds_nothing_to_the_end_of_a_message)
+TEST_F(Logging, adds_nothing_to_the_end_of_a_message)
 {
     errors_logged();
     EXPECT_EQ(observe([] { LOG_ERROR(Igmp, "end"); }).output, "\r\n[MC_DBG_ERR]: end");
     EXPECT_EQ(observe([] { LOG_ERROR(Mld, "end\r\n"); }).output, "\r\n[MC_MLD_DBG_ERR]: end\r\n");
 }
 
-TEST_F(Log, serves_as_the_only_statement_of_a_branch)
+TEST_F(Logging, serves_as_the_only_statement_of_a_branch)
 {
     errors_logged();
     const auto choose = [](bool first) {
@@ -113,7 +113,7 @@ TEST_F(Log, serves_as_the_only_statement_of_a_branch)
     EXPECT_EQ(observe([&] { choose(false); }).output, "\r\n[MC_DBG_ERR]: second");
 }
 
-TEST_F(Log, tests_the_bit_at_each_message)
+TEST_F(Logging, tests_the_bit_at_each_message)
 {
     // Opened in the middle of an operation: the lines before stay away, those after are printed.
     platform().answer("l2_multicast_set_trap", 3);
@@ -135,7 +135,7 @@ struct FixedText {
     std::string output;
 };
 
-TEST_F(Log, ends_fixed_texts_in_a_carriage_return_and_a_line_feed)
+TEST_F(Logging, ends_fixed_texts_in_a_carriage_return_and_a_line_feed)
 {
     uint8_t mode = 0;
     const std::vector<FixedText> texts = {
@@ -155,7 +155,7 @@ TEST_F(Log, ends_fixed_texts_in_a_carriage_return_and_a_line_feed)
     }
 }
 
-TEST_F(Log, masks_are_closed_when_the_library_is_loaded)
+TEST_F(Logging, masks_are_closed_when_the_library_is_loaded)
 {
     EXPECT_EQ(mc_debug, 0u);
     EXPECT_EQ(mld_debug, 0u);

@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
+#include <string>
 
 #include "interface/operation_table.h"
 #include "support/library_test.h"
@@ -64,6 +66,34 @@ TEST_P(EveryOperation, succeeds_and_asks_the_platform)
     EXPECT_EQ(observe(GetParam().call()).result, GetParam().result());
     for (const Operation::PlatformCall &call : GetParam().platform_calls())
         EXPECT_GT(platform().count(call.name), 0u) << call.name;
+}
+
+/** The operations that begin without a message of their own. */
+const std::set<std::string> kWithoutEntryMessage = {
+    "mc_igmp_init",
+    "adapt_init",
+    "igmp_adapt_init",
+    "mld_adapt_init",
+    "initIgmpGlobleParmeter",
+    "igmp_adapt_task_init",
+    "igmp_adapt_pkt_recv_task",
+    "flood_trap",
+    "omci_set_multi_white_list_entry",
+    "omci_delete_multi_white_list",
+    "omci_add_static_multi_acess_ctrl_table",
+    "omci_del_static_multi_acess_ctrl_table",
+    "omci_clear_all_static_multi_acess_ctrl_table",
+    "igmp_hal_sync_if_status",
+};
+
+TEST_P(EveryOperation, prints_its_entry_message_before_it_asks_the_platform)
+{
+    everything_logged();
+    const auto seen = observe(GetParam().call());
+    if (seen.calls.empty())
+        return;
+    const bool asks_first = seen.trace[0] == '<';
+    EXPECT_EQ(asks_first, kWithoutEntryMessage.count(GetParam().name()) != 0) << seen.trace;
 }
 
 // --- Refusal by the library

@@ -18,7 +18,7 @@ using ::testing::IsEmpty;
 const std::string kShmgetFailed = "omci_get_multicast_ip_port shmget error!\n";
 const std::string kCountShmatFailed = "omci_get_multicast_ip_port shmat error!\n";
 const std::string kStateShmatFailed = "mc_oam_get_onu_fast_leave_state shmat error!\n";
-const std::string kRefreshFailed = "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_if_status Fail";
+const std::string kCounterRefreshFailed = "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_if_status Fail";
 
 /** The four outputs of the counter query, never written yet. */
 struct Counters {
@@ -105,13 +105,13 @@ TEST_F(PortCounters, are_told_also_when_the_refresh_fails)
     platform().answer("igmp_if_gather_if_status", 0);
     const auto failed = observe([&] { return counters.query(0); });
     EXPECT_EQ(failed.result, 0);
-    EXPECT_EQ(failed.output, kRefreshFailed);
+    EXPECT_EQ(failed.output, kCounterRefreshFailed);
     EXPECT_THAT(failed.changed, IsEmpty());
     EXPECT_THAT(counters.out, ElementsAre(1, 2, 3, 0xFFFFFFFF));
 
     const auto refused = observe([&] { return counters.query(1); });
     EXPECT_EQ(refused.result, 0);
-    EXPECT_EQ(refused.output, not_configured(1).first_line + kRefreshFailed);
+    EXPECT_EQ(refused.output, not_configured(1).first_line + kCounterRefreshFailed);
     EXPECT_THAT(counters.out, ElementsAre(5, 6, 7, 8));
 }
 
@@ -121,7 +121,7 @@ TEST_F(PortCounters, are_told_without_a_snapshot)
     errors_logged();
     const auto seen = observe([&] { return counters.query(0); });
     EXPECT_EQ(seen.result, 0);
-    EXPECT_EQ(seen.output, kRefreshFailed);
+    EXPECT_EQ(seen.output, kCounterRefreshFailed);
     EXPECT_THAT(counters.out, ElementsAre(1, 2, 3, 0xFFFFFFFF));
 }
 
@@ -146,7 +146,7 @@ TEST_F(PortCounters, print_their_entry_before_the_pause_and_failures_whatever_th
     const auto query = [&] { counters.query(0xFFFFFFFF); };
     expect_texts({config("\r\n[MC_DBG_CFG]: \n [std_omci_get_port_igmp_count] portNo = 0")},
                  [&] { counters.query(0); });
-    expect_texts({entry, error(too_high(0xFFFFFFFF).first_line), error(kRefreshFailed)}, query);
+    expect_texts({entry, error(too_high(0xFFFFFFFF).first_line), error(kCounterRefreshFailed)}, query);
     // intended: both texts name another operation
     platform().answer("shmat", -1);
     expect_texts({entry, always(kCountShmatFailed)}, query);
@@ -282,8 +282,10 @@ TEST_F(RealSegment, is_read_as_its_publisher_writes_it)
 TEST_F(RealSegment, has_its_fields_at_fixed_offsets)
 {
     auto *bytes = reinterpret_cast<uint8_t *>(&attach());
-    bytes[14340 + 16 + 4] = 0x42;
-    bytes[14376] = 1;
+    const uint32_t counter = 0x42; // in host byte order, as the publisher is of the same machine
+    const uint32_t on = 1;
+    std::memcpy(bytes + 14340 + 16 + 4, &counter, 4);
+    std::memcpy(bytes + 14376, &on, 4);
     EXPECT_EQ(counters.query(1), 0);
     EXPECT_THAT(counters.out, ElementsAre(0, 0x42, 0, 0));
     EXPECT_EQ(mc_oam_get_onu_fast_leave_state(&fast_leave), 0);

@@ -13,7 +13,7 @@ constexpr std::size_t kBehind = 64;
 
 const char *const kGather = "igmp_gather_grp_info(255, 12804)";
 const std::string kRefresh = "\r\n[MC_DBG_CFG]:  in igmp_gather_grp_info phy_port = 255 data_len = 12804\r\n";
-const std::string kRefreshFailed = "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_grp_inform Fail";
+const std::string kGroupRefreshFailed = "\r\n[MC_DBG_ERR]: \n ERROR!igmp_hal_sync_grp_inform Fail";
 
 /** What must be written into a buffer of canaries. */
 class Image {
@@ -100,7 +100,7 @@ std::vector<Gated> texts_of(Gated entry, bool refreshed, Gated count)
 {
     if (refreshed)
         return {std::move(entry), config(kRefresh), std::move(count)};
-    return {std::move(entry), config(kRefresh), error(kRefreshFailed), std::move(count)};
+    return {std::move(entry), config(kRefresh), error(kGroupRefreshFailed), std::move(count)};
 }
 
 std::string decimal(uint32_t value) { return std::to_string(value); }
@@ -342,7 +342,7 @@ TEST_F(DistinctInfo, prints_its_entry_a_failed_refresh_and_the_whole_group_count
     gather_info(counting_from(1, 300));
     expect_texts({entry, config(kRefresh), count}, [&] { GetIgmpStatusPara(out); });
     platform().answer("igmp_gather_grp_info", -1);
-    expect_texts({entry, config(kRefresh), error(kRefreshFailed), count}, [&] { GetIgmpStatusPara(out); });
+    expect_texts({entry, config(kRefresh), error(kGroupRefreshFailed), count}, [&] { GetIgmpStatusPara(out); });
 }
 
 } // namespace

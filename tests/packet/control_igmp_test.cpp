@@ -76,6 +76,15 @@ TEST_F(ControlIgmp, a_frame_that_a_rule_strips_keeps_its_length)
         ElementsAre(igmp_sent(from_hex("01005e010203 001b21aabbcc 0800 46c00020 01020304 01020304"), kUserPort)));
 }
 
+TEST_F(ControlIgmp, a_frame_longer_than_its_buffer_is_not_stripped)
+{
+    put_rules(0, {match(0)});
+    const ByteVector frame = with_tag(counting_frame(2044), 100);
+    EXPECT_EQ(handle(igmp_adapt_control_handle, frame, kUplink, 100, 2048).calls.size(), 1u);
+    for (const std::size_t length : Lengths{2049, 65536, 0xFFFFFFFF})
+        EXPECT_THAT(handle(igmp_adapt_control_handle, frame, kUplink, 100, length).calls, IsEmpty()) << length;
+}
+
 // --- Upstream, EPON
 
 TEST_F(ControlIgmp, an_epon_uplink_gets_one_tag_with_the_user_port_counted_from_1)
@@ -206,12 +215,12 @@ TEST_F(ControlIgmp, marked_frames_go_to_the_test_uplink_in_place_of_the_uplink)
 
 // --- Lines: no closing line ends a pass that sends
 
-const Line kEnterDown = igmp_trace("Enter igmp_control_handle, rPort = 29, rport_sta = 1\r\n");
-const Line kEnterUp = igmp_trace("Enter igmp_control_handle, rPort = 0, rport_sta = 2\r\n");
-const Line kSearch = igmp_config("searchDownSnoopPortCfgVlan!\r\n");
-const Line kPassed = igmp_trace("Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r\n");
+const Line kIgmpControlDown = igmp_trace("Enter igmp_control_handle, rPort = 29, rport_sta = 1\r\n");
+const Line kIgmpControlUp = igmp_trace("Enter igmp_control_handle, rPort = 0, rport_sta = 2\r\n");
+const Line kIgmpControlSearch = igmp_config("searchDownSnoopPortCfgVlan!\r\n");
+const Line kIgmpControlPassed = igmp_trace("Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r\n");
 
-Line compared(const char *frame_vlan, const char *rule_vlan)
+Line igmp_control_compared(const char *frame_vlan, const char *rule_vlan)
 {
     return igmp_trace("searchDownSnoopPortCfgVlan from downlink,vlan(" + std::string(frame_vlan) +
                       ") config search!,cfgvlan(" + rule_vlan + ")\r\n");
@@ -221,8 +230,9 @@ TEST_F(ControlIgmp, a_downstream_match_is_told_rule_by_rule)
 {
     put_rules(0, {rule(0).down(50, 9), match(5), match(0xFFFF), match(0)});
     expect_lines(mc_debug,
-                 {kEnterDown, kSearch, compared("100", "50"), compared("100", "100"), compared("100", "100"),
-                  compared("100", "100"), igmp_send_trace(kUserPort, tagged.size()),
+                 {kIgmpControlDown, kIgmpControlSearch, igmp_control_compared("100", "50"),
+                  igmp_control_compared("100", "100"), igmp_control_compared("100", "100"),
+                  igmp_control_compared("100", "100"), igmp_send_trace(kUserPort, tagged.size()),
                   igmp_error("searchDownSnoopPortCfgVlan is error,never here !!\r\n"),
                   igmp_send_trace(kUserPort, tagged.size())},
                  [&] { return from_uplink(tagged); });
@@ -231,8 +241,8 @@ TEST_F(ControlIgmp, a_downstream_match_is_told_rule_by_rule)
 TEST_F(ControlIgmp, a_downstream_frame_that_nothing_matches_is_told_before_it_is_sent)
 {
     put_rules(0, {rule(0).down(0xF033, 9)});
-    const std::vector<Line> lines = {kEnterDown, kSearch, compared("100", "51"), kPassed,
-                                     igmp_send_trace(kUserPort, tagged.size())};
+    const std::vector<Line> lines = {kIgmpControlDown, kIgmpControlSearch, igmp_control_compared("100", "51"),
+                                     kIgmpControlPassed, igmp_send_trace(kUserPort, tagged.size())};
     expect_lines(mc_debug, lines, [&] { return from_uplink(tagged); });
 
     everything_logged();
@@ -245,21 +255,22 @@ TEST_F(ControlIgmp, the_search_of_the_second_port_comes_when_its_turn_comes)
     second_user_port_appears(3);
     put_rules(0, {match(5)});
     put_rules(1, {rule(3).down(101, 7)});
-    EXPECT_EQ(
-        from_uplink(tagged).trace,
-        output_under(~0u, {kEnterDown, kSearch, compared("100", "100"), igmp_send_trace(kUserPort, tagged.size())}) +
-            in_trace(igmp_sent(with_control(tagged, 5), kUserPort)) +
-            output_under(~0u, {kSearch, compared("100", "101"), kPassed, igmp_send_trace(3, tagged.size())}) +
-            in_trace(igmp_sent(with_control(tagged, 5), 3)));
+    EXPECT_EQ(from_uplink(tagged).trace,
+              output_under(~0u, {kIgmpControlDown, kIgmpControlSearch, igmp_control_compared("100", "100"),
+                                 igmp_send_trace(kUserPort, tagged.size())}) +
+                  in_trace(igmp_sent(with_control(tagged, 5), kUserPort)) +
+                  output_under(~0u, {kIgmpControlSearch, igmp_control_compared("100", "101"), kIgmpControlPassed,
+                                     igmp_send_trace(3, tagged.size())}) +
+                  in_trace(igmp_sent(with_control(tagged, 5), 3)));
 }
 
 TEST_F(ControlIgmp, an_upstream_frame_has_no_line_of_its_own)
 {
     platform().uplink_mode = 0;
-    expect_lines(mc_debug, {kEnterUp, igmp_send_trace(kUplink, untagged.size() + 4)},
+    expect_lines(mc_debug, {kIgmpControlUp, igmp_send_trace(kUplink, untagged.size() + 4)},
                  [&] { return from_user(untagged); });
     platform().uplink_mode = 1;
-    expect_lines(mc_debug, {kEnterUp, igmp_send_trace(kUplink, untagged.size() + 8)},
+    expect_lines(mc_debug, {kIgmpControlUp, igmp_send_trace(kUplink, untagged.size() + 8)},
                  [&] { return from_user(untagged); });
 }
 

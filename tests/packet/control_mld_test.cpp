@@ -227,12 +227,12 @@ TEST_F(ControlMld, the_engine_s_packets_carry_the_onu_until_the_next_downstream_
 
 // --- Lines
 
-const Line kEnterDown = mld_trace("Enter igmp_control_handle, rPort = 29, rport_sta = 1\r\n");
-const Line kEnterUp = mld_trace("Enter igmp_control_handle, rPort = 0, rport_sta = 2\r\n");
-const Line kSearch = mld_trace("recieve paket from uplink,search vlan config for snooping!\r\n");
-const Line kPassed = mld_trace("Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r\n");
+const Line kMldControlDown = mld_trace("Enter igmp_control_handle, rPort = 29, rport_sta = 1\r\n");
+const Line kMldControlUp = mld_trace("Enter igmp_control_handle, rPort = 0, rport_sta = 2\r\n");
+const Line kMldControlSearch = mld_trace("recieve paket from uplink,search vlan config for snooping!\r\n");
+const Line kMldControlPassed = mld_trace("Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r\n");
 
-Line compared(const char *frame_vlan, const char *rule_vlan)
+Line mld_control_compared(const char *frame_vlan, const char *rule_vlan)
 {
     return mld_trace("searchDownSnoopPortCfgVlan from downlink,vlan(" + std::string(frame_vlan) +
                      ") config search!,cfgvlan(" + rule_vlan + ")\r\n");
@@ -242,8 +242,9 @@ TEST_F(ControlMld, a_downstream_match_is_told_rule_by_rule)
 {
     put_mld_rules(0, {rule(0).down(50, 9), match(5), match(0xFFFF), match(0)});
     expect_lines(mld_debug,
-                 {kEnterDown, kSearch, compared("100", "50"), compared("100", "100"), compared("100", "100"),
-                  compared("100", "100"), mld_send_trace(kUserPort, tagged.size()),
+                 {kMldControlDown, kMldControlSearch, mld_control_compared("100", "50"),
+                  mld_control_compared("100", "100"), mld_control_compared("100", "100"),
+                  mld_control_compared("100", "100"), mld_send_trace(kUserPort, tagged.size()),
                   mld_error("searchDownSnoopPortCfgVlan is error,never here !!\r\n"),
                   mld_send_trace(kUserPort, tagged.size())},
                  [&] { return from_uplink(tagged); });
@@ -254,9 +255,10 @@ TEST_F(ControlMld, each_user_port_is_searched_and_told_in_its_turn)
     put_igmp_ports({4, MC_PORT_TYPE_USER}, {5, MC_PORT_TYPE_USER});
     put_mld_rules(0, {rule(0).down(51, 9)});
     put_mld_rules(1, {match(7)});
-    const std::vector<Line> first = {kEnterDown, kSearch, compared("100", "51"), kPassed,
-                                     mld_send_trace(4, tagged.size())};
-    const std::vector<Line> second = {kSearch, compared("100", "100"), mld_send_trace(kUplink, tagged.size())};
+    const std::vector<Line> first = {kMldControlDown, kMldControlSearch, mld_control_compared("100", "51"),
+                                     kMldControlPassed, mld_send_trace(4, tagged.size())};
+    const std::vector<Line> second = {kMldControlSearch, mld_control_compared("100", "100"),
+                                      mld_send_trace(kUplink, tagged.size())};
     std::vector<Line> all = first;
     all.insert(all.end(), second.begin(), second.end());
     expect_lines(mld_debug, all, [&] { return from_uplink(tagged); });
@@ -271,18 +273,19 @@ TEST_F(ControlMld, the_search_is_told_though_there_is_no_user_port)
 {
     put_igmp_ports({4, MC_PORT_TYPE_UPLINK}, {5, MC_PORT_TYPE_USER});
     put_mld_rules(0, {match(5)});
-    expect_lines(mld_debug, {kEnterDown, kSearch, compared("100", "100")}, [&] { return from_uplink(tagged); });
+    expect_lines(mld_debug, {kMldControlDown, kMldControlSearch, mld_control_compared("100", "100")},
+                 [&] { return from_uplink(tagged); });
 }
 
 TEST_F(ControlMld, the_onu_id_is_told_as_it_was_read)
 {
     platform().onu_id = 0; // sent as 128
     const Line told = mld_trace("igmp_adapt_control_handle onu_id = 0");
-    expect_lines(mld_debug, {kEnterUp, told, mld_send_trace(kUplink, untagged.size() + 8)},
+    expect_lines(mld_debug, {kMldControlUp, told, mld_send_trace(kUplink, untagged.size() + 8)},
                  [&] { return from_user(untagged); });
     everything_logged();
     const auto seen = from_user(tagged);
-    EXPECT_EQ(seen.trace, kEnterUp.text + in_trace(asked_onu) + told.text +
+    EXPECT_EQ(seen.trace, kMldControlUp.text + in_trace(asked_onu) + told.text +
                               mld_send_trace(kUplink, tagged.size() + 4).text + in_trace(seen.calls.at(1)));
 }
 

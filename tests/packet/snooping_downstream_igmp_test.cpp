@@ -158,11 +158,11 @@ TEST_F(SnoopDownstreamIgmp, the_svlan_does_not_matter)
 
 // --- Lines
 
-const Line kSearch = igmp_config("searchDownSnoopPortCfgVlan!\r\n");
-const Line kClosing = igmp_error("invalid port !!\r\n"); // intended: ends a successful pass as well
-const Line kEnter = igmp_trace("Enter igmp_snoop_handle, rPort = 29, rport_sta = 1\r\n");
+const Line kIgmpDownSearch = igmp_config("searchDownSnoopPortCfgVlan!\r\n");
+const Line kIgmpDownClosing = igmp_error("invalid port !!\r\n"); // intended: ends a successful pass as well
+const Line kIgmpSnoopingDown = igmp_trace("Enter igmp_snoop_handle, rPort = 29, rport_sta = 1\r\n");
 
-Line compared(const char *frame_vlan, const char *rule_vlan)
+Line igmp_down_compared(const char *frame_vlan, const char *rule_vlan)
 {
     return igmp_trace("searchDownSnoopPortCfgVlan from downlink,vlan(" + std::string(frame_vlan) +
                       ") config search!,cfgvlan(" + rule_vlan + ")\r\n");
@@ -171,15 +171,15 @@ Line compared(const char *frame_vlan, const char *rule_vlan)
 TEST_F(SnoopDownstreamIgmp, a_match_is_told_rule_by_rule)
 {
     put_rules(0, {rule(0).down(50, 9), match(5), match(0xFFFF), rule(0).down(0xF033, 9)});
-    const std::vector<Line> lines = {kEnter,
-                                     kSearch,
-                                     compared("100", "50"),
-                                     compared("100", "100"),
-                                     compared("100", "100"),
-                                     compared("100", "51"),
+    const std::vector<Line> lines = {kIgmpSnoopingDown,
+                                     kIgmpDownSearch,
+                                     igmp_down_compared("100", "50"),
+                                     igmp_down_compared("100", "100"),
+                                     igmp_down_compared("100", "100"),
+                                     igmp_down_compared("100", "51"),
                                      igmp_send_trace(kUserPort, tagged.size()),
                                      igmp_error("searchDownSnoopPortCfgVlan is error,never here !!\r\n"),
-                                     kClosing};
+                                     kIgmpDownClosing};
     expect_lines(mc_debug, lines, [&] { return from_uplink(tagged); });
 }
 
@@ -194,10 +194,10 @@ TEST_F(SnoopDownstreamIgmp, a_frame_that_nothing_matches_is_told_so_whatever_bec
     for (const auto &c : cases) {
         put_rules(0, {no_match(c.mode)});
         std::vector<Line> lines = {
-            kEnter, kSearch, compared("100", "200"),
+            kIgmpSnoopingDown, kIgmpDownSearch, igmp_down_compared("100", "200"),
             igmp_trace("Enter igmp_snoop_handle,uplink can't find vlanconfig! direct pass!\r\n")};
         lines.insert(lines.end(), c.sends.begin(), c.sends.end());
-        lines.push_back(kClosing);
+        lines.push_back(kIgmpDownClosing);
         expect_lines(mc_debug, lines, [&] { return from_uplink(tagged); });
     }
 }
@@ -208,7 +208,9 @@ TEST_F(SnoopDownstreamIgmp, an_override_is_sent_after_a_search_that_does_not_mat
     for (const uint16_t cvlan : std::initializer_list<uint16_t>{0, 0x3005}) {
         globle_parm.port[0].cvlan = cvlan;
         const std::size_t length = tagged.size() - (cvlan == 0 ? 4 : 0);
-        expect_lines(mc_debug, {kEnter, kSearch, compared("100", "100"), igmp_send_trace(kUserPort, length), kClosing},
+        expect_lines(mc_debug,
+                     {kIgmpSnoopingDown, kIgmpDownSearch, igmp_down_compared("100", "100"),
+                      igmp_send_trace(kUserPort, length), kIgmpDownClosing},
                      [&] { return from_uplink(tagged); });
     }
 }
@@ -218,11 +220,12 @@ TEST_F(SnoopDownstreamIgmp, the_search_comes_before_the_sends_and_the_closing_li
     everything_logged();
     put_rules(0, {match(5), match(0)});
     const auto seen = from_uplink(tagged);
-    const std::string all = output_under(~0u, {kEnter, kSearch, compared("100", "100"), compared("100", "100")}) +
+    const std::string all = output_under(~0u, {kIgmpSnoopingDown, kIgmpDownSearch, igmp_down_compared("100", "100"),
+                                               igmp_down_compared("100", "100")}) +
                             igmp_send_trace(kUserPort, tagged.size()).text +
                             in_trace(igmp_sent(with_control(tagged, 5), kUserPort)) +
                             igmp_send_trace(kUserPort, tagged.size() - 4).text +
-                            in_trace(igmp_sent(without_tag(tagged), kUserPort)) + kClosing.text;
+                            in_trace(igmp_sent(without_tag(tagged), kUserPort)) + kIgmpDownClosing.text;
     EXPECT_EQ(seen.trace, all);
 }
 
@@ -234,10 +237,11 @@ TEST_F(SnoopDownstreamIgmp, the_search_of_the_second_port_comes_when_its_turn_co
     put_rules(1, {rule(3).down(100, 7), rule(3).down(101, 8)});
     const auto seen = from_uplink(tagged);
     const std::string all =
-        output_under(~0u, {kEnter, kSearch, compared("100", "100")}) + igmp_send_trace(kUserPort, tagged.size()).text +
-        in_trace(igmp_sent(with_control(tagged, 5), kUserPort)) +
-        output_under(~0u, {kSearch, compared("100", "100"), compared("100", "101")}) +
-        igmp_send_trace(3, tagged.size()).text + in_trace(igmp_sent(with_control(tagged, 7), 3)) + kClosing.text;
+        output_under(~0u, {kIgmpSnoopingDown, kIgmpDownSearch, igmp_down_compared("100", "100")}) +
+        igmp_send_trace(kUserPort, tagged.size()).text + in_trace(igmp_sent(with_control(tagged, 5), kUserPort)) +
+        output_under(~0u, {kIgmpDownSearch, igmp_down_compared("100", "100"), igmp_down_compared("100", "101")}) +
+        igmp_send_trace(3, tagged.size()).text + in_trace(igmp_sent(with_control(tagged, 7), 3)) +
+        kIgmpDownClosing.text;
     EXPECT_EQ(seen.trace, all);
 }
 
@@ -249,18 +253,19 @@ TEST_F(SnoopDownstreamIgmp, the_second_port_is_not_searched_under_an_override)
     put_rules(1, {rule(3).down(100, 7)});
     globle_parm.port[1].cvlan = 9;
     const auto seen = from_uplink(tagged);
-    EXPECT_EQ(seen.output,
-              output_under(~0u, {kEnter, kSearch, compared("100", "100"), igmp_send_trace(kUserPort, tagged.size()),
-                                 igmp_send_trace(3, tagged.size()), kClosing}));
+    EXPECT_EQ(seen.output, output_under(~0u, {kIgmpSnoopingDown, kIgmpDownSearch, igmp_down_compared("100", "100"),
+                                              igmp_send_trace(kUserPort, tagged.size()),
+                                              igmp_send_trace(3, tagged.size()), kIgmpDownClosing}));
 }
 
 TEST_F(SnoopDownstreamIgmp, the_search_is_told_though_there_is_no_user_port_or_rule)
 {
     put_ports({kUplink, MC_PORT_TYPE_UPLINK}, {kUserPort, MC_PORT_TYPE_USER});
     put_rules(0, {match(5)});
-    expect_lines(mc_debug, {kEnter, kSearch, compared("100", "100"), kClosing}, [&] { return from_uplink(tagged); });
+    expect_lines(mc_debug, {kIgmpSnoopingDown, kIgmpDownSearch, igmp_down_compared("100", "100"), kIgmpDownClosing},
+                 [&] { return from_uplink(tagged); });
     put_rules(0, {});
-    expect_lines(mc_debug, {kEnter, kSearch, kClosing}, [&] { return from_uplink(tagged); });
+    expect_lines(mc_debug, {kIgmpSnoopingDown, kIgmpDownSearch, kIgmpDownClosing}, [&] { return from_uplink(tagged); });
 }
 
 // --- By way of the intake

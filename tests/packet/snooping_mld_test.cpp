@@ -226,9 +226,9 @@ TEST_F(SnoopMld, the_engine_s_next_packet_carries_the_tag_sent_last)
 
 // --- Lines: no closing line ends a pass, and the search starts with a trace
 
-const Line kEnterDown = mld_trace("Enter mld_snoop_handle, rPort = 29, rport_sta = 1\r\n");
-const Line kEnterUp = mld_trace("Enter mld_snoop_handle, rPort = 0, rport_sta = 2\r\n");
-const Line kSearch = mld_trace("recieve paket from uplink,search vlan config for snooping!\r\n");
+const Line kMldSnoopingDown = mld_trace("Enter mld_snoop_handle, rPort = 29, rport_sta = 1\r\n");
+const Line kMldSnoopingUp = mld_trace("Enter mld_snoop_handle, rPort = 0, rport_sta = 2\r\n");
+const Line kMldSnoopingSearch = mld_trace("recieve paket from uplink,search vlan config for snooping!\r\n");
 
 Line compared_down(const char *frame_vlan, const char *rule_vlan)
 {
@@ -246,7 +246,7 @@ TEST_F(SnoopMld, a_downstream_match_is_told_rule_by_rule)
 {
     put_mld_rules(0, {rule(0).down(50, 9), match(5), match(0xFFFF), rule(0).down(0xF033, 9)});
     expect_lines(mld_debug,
-                 {kEnterDown, kSearch, compared_down("100", "50"), compared_down("100", "100"),
+                 {kMldSnoopingDown, kMldSnoopingSearch, compared_down("100", "50"), compared_down("100", "100"),
                   compared_down("100", "100"), compared_down("100", "51"), mld_send_trace(kUserPort, tagged.size()),
                   mld_error("searchDownSnoopPortCfgVlan is error,never here !!\r\n")},
                  [&] { return from_uplink(tagged); });
@@ -268,7 +268,7 @@ TEST_F(SnoopMld, a_frame_that_nothing_matches_is_told_with_its_port_and_once_mor
     for (const auto &c : cases) {
         SCOPED_TRACE(static_cast<int>(c.mode));
         put_mld_rules(0, {no_match(c.mode)});
-        std::vector<Line> lines = {kEnterDown, kSearch, compared_down("100", "200")};
+        std::vector<Line> lines = {kMldSnoopingDown, kMldSnoopingSearch, compared_down("100", "200")};
         lines.insert(lines.end(), c.lines.begin(), c.lines.end());
         expect_lines(mld_debug, lines, [&] { return from_uplink(tagged); });
     }
@@ -293,10 +293,10 @@ TEST_F(SnoopMld, the_search_of_the_second_port_comes_when_its_turn_comes)
     put_mld_rules(1, {rule(3).down(101, 7), rule(3).down_mode(2).down(102, 8)});
     const auto seen = from_uplink(tagged);
     EXPECT_EQ(seen.trace,
-              output_under(
-                  ~0u, {kEnterDown, kSearch, compared_down("100", "100"), mld_send_trace(kUserPort, tagged.size())}) +
+              output_under(~0u, {kMldSnoopingDown, kMldSnoopingSearch, compared_down("100", "100"),
+                                 mld_send_trace(kUserPort, tagged.size())}) +
                   in_trace(mld_sent(with_control(tagged, 5), kUserPort)) +
-                  output_under(~0u, {kSearch, compared_down("100", "101"), compared_down("100", "102"),
+                  output_under(~0u, {kMldSnoopingSearch, compared_down("100", "101"), compared_down("100", "102"),
                                      mld_trace("Enter mld_snoop_handle,port 3 can't find vlanconfig in vlan 100! "
                                                "direct pass!\r\n")}));
 }
@@ -304,7 +304,7 @@ TEST_F(SnoopMld, the_search_of_the_second_port_comes_when_its_turn_comes)
 TEST_F(SnoopMld, the_search_is_told_though_there_is_no_user_port)
 {
     put_ports({kUplink, MC_PORT_TYPE_UPLINK}, {kUserPort, MC_PORT_TYPE_USER});
-    expect_lines(mld_debug, {kEnterDown, kSearch}, [&] { return from_uplink(tagged); });
+    expect_lines(mld_debug, {kMldSnoopingDown, kMldSnoopingSearch}, [&] { return from_uplink(tagged); });
 }
 
 TEST_F(SnoopMld, an_upstream_search_is_told_up_to_the_match)
@@ -312,14 +312,14 @@ TEST_F(SnoopMld, an_upstream_search_is_told_up_to_the_match)
     put_mld_rules(0, {rule(0).up(50, 9), rule(0).up(0xF064, 9), rule(0).up(100, 8)});
     put_rules(0, {rule(), rule().out_up(0x3007)});
     expect_lines(mld_debug,
-                 {kEnterUp, compared_up("100", "50"), compared_up("100", "100"),
+                 {kMldSnoopingUp, compared_up("100", "50"), compared_up("100", "100"),
                   mld_trace("mldsearchUpSnoopPortCfgVlan 12295\r\n"), mld_send_trace(kUplink, untagged.size() + 4)},
                  [&] { return from_user(untagged); });
 }
 
 TEST_F(SnoopMld, an_upstream_frame_is_sent_before_it_is_told_that_it_passed)
 {
-    const std::vector<Line> before = {kEnterUp, mld_trace("mldsearchUpSnoopPortCfgVlan 65535\r\n"),
+    const std::vector<Line> before = {kMldSnoopingUp, mld_trace("mldsearchUpSnoopPortCfgVlan 65535\r\n"),
                                       mld_send_trace(kUplink, tagged.size())};
     const Line after = mld_trace("Enter igmp_snoop_handle,downlink can't find vlanconfig! direct pass!\r\n");
     std::vector<Line> all = before;

@@ -79,10 +79,10 @@ TEST_F(SnoopUpstreamIgmp, no_record_changes)
 
 // --- Lines
 
-const Line kEnter = igmp_trace("Enter igmp_snoop_handle, rPort = 0, rport_sta = 2\r\n");
-const Line kClosing = igmp_error("invalid port !!\r\n"); // intended: ends a successful pass as well
+const Line kIgmpSnoopingUp = igmp_trace("Enter igmp_snoop_handle, rPort = 0, rport_sta = 2\r\n");
+const Line kIgmpUpClosing = igmp_error("invalid port !!\r\n"); // intended: ends a successful pass as well
 
-Line compared(const char *frame_vlan, const char *rule_vlan)
+Line igmp_up_compared(const char *frame_vlan, const char *rule_vlan)
 {
     return igmp_trace("searchUpSnoopPortCfgVlan from downlink,vlan = " + std::string(frame_vlan) +
                       " config search!,cfgvlan = " + rule_vlan + "\r\n");
@@ -92,8 +92,9 @@ TEST_F(SnoopUpstreamIgmp, the_search_is_told_up_to_the_match)
 {
     put_rules(0, {rule(0).up(50, 9), rule(0).up(0xF064, 0x3007), rule(0).up(100, 8)});
     expect_lines(mc_debug,
-                 {kEnter, compared("100", "50"), compared("100", "100"),
-                  igmp_trace("searchUpSnoopPortCfgVlan 12295\r\n"), igmp_send_trace(kUplink, tagged.size()), kClosing},
+                 {kIgmpSnoopingUp, igmp_up_compared("100", "50"), igmp_up_compared("100", "100"),
+                  igmp_trace("searchUpSnoopPortCfgVlan 12295\r\n"), igmp_send_trace(kUplink, tagged.size()),
+                  kIgmpUpClosing},
                  [&] { return from_user(tagged); });
 }
 
@@ -102,9 +103,10 @@ TEST_F(SnoopUpstreamIgmp, a_search_in_vain_is_told_through_both_blocks)
     put_rules(0, {rule(0).up(50, 9)});
     put_rules(1, {rule(7).up(51, 9), rule(0).up(52, 9)});
     expect_lines(mc_debug,
-                 {kEnter, compared("100", "50"), compared("100", "51"),
+                 {kIgmpSnoopingUp, igmp_up_compared("100", "50"), igmp_up_compared("100", "51"),
                   igmp_trace("searchUpSnoopPortCfgVlan 65535\r\n"), igmp_send_trace(kUplink, tagged.size()),
-                  igmp_trace("Enter igmp_snoop_handle,downlink can't find vlanconfig! direct pass!\r\n"), kClosing},
+                  igmp_trace("Enter igmp_snoop_handle,downlink can't find vlanconfig! direct pass!\r\n"),
+                  kIgmpUpClosing},
                  [&] { return from_user(tagged); });
 }
 
@@ -112,7 +114,7 @@ TEST_F(SnoopUpstreamIgmp, an_override_is_not_searched_for)
 {
     put_rules(0, {rule(0).up(100, 9)});
     globle_parm.port[0].svlan = 7;
-    expect_lines(mc_debug, {kEnter, igmp_send_trace(kUplink, untagged.size() + 4), kClosing},
+    expect_lines(mc_debug, {kIgmpSnoopingUp, igmp_send_trace(kUplink, untagged.size() + 4), kIgmpUpClosing},
                  [&] { return from_user(untagged); });
 }
 
@@ -122,11 +124,11 @@ TEST_F(SnoopUpstreamIgmp, a_frame_is_sent_before_it_is_told_that_it_passed)
     const auto seen = from_user(tagged);
     EXPECT_EQ(
         seen.trace,
-        output_under(
-            ~0u, {kEnter, igmp_trace("searchUpSnoopPortCfgVlan 65535\r\n"), igmp_send_trace(kUplink, tagged.size())}) +
+        output_under(~0u, {kIgmpSnoopingUp, igmp_trace("searchUpSnoopPortCfgVlan 65535\r\n"),
+                           igmp_send_trace(kUplink, tagged.size())}) +
             in_trace(igmp_sent(tagged, kUplink)) +
             output_under(~0u, {igmp_trace("Enter igmp_snoop_handle,downlink can't find vlanconfig! direct pass!\r\n"),
-                               kClosing}));
+                               kIgmpUpClosing}));
 }
 
 // --- By way of the intake

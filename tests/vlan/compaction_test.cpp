@@ -14,7 +14,7 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
 using RuleTable = vlanCfgNode[MC_LOGIC_PORTS][MC_RULES_PER_PORT];
-using Row = std::vector<vlanCfgNode>;
+using RuleRow = std::vector<vlanCfgNode>;
 
 class RuleCompaction : public LibraryTest {
 protected:
@@ -30,13 +30,13 @@ protected:
             std::fill(std::begin(row), std::end(row), empty_rule());
     }
 
-    static void put(RuleTable &rules, int logic_port, const Row &row)
+    static void put(RuleTable &rules, int logic_port, const RuleRow &row)
     {
         std::copy(row.begin(), row.end(), rules[logic_port]);
     }
 
     /** A whole row: these rules, cleared ones behind. */
-    static Row row_of(Row rules)
+    static RuleRow row_of(RuleRow rules)
     {
         rules.resize(MC_RULES_PER_PORT, empty_rule());
         return rules;
@@ -52,7 +52,7 @@ protected:
 
 /** What compaction makes of a row: live is what has an `in_up_vlan`, whatever its other fields. */
 struct PackedRow {
-    Row before, after;
+    RuleRow before, after;
 };
 
 const std::vector<PackedRow> &packed_rows()
@@ -95,8 +95,8 @@ TEST_F(RuleCompaction, igmp_rules_of_the_port_close_up_in_a_copy)
             ASSERT_NE(packed, nullptr);
             EXPECT_THAT(seen.changed, IsEmpty());
             EXPECT_NE(packed, table);
-            EXPECT_THAT(Row(packed[logic_port], packed[logic_port] + 16), ElementsAreArray(row_of(row.after)));
-            EXPECT_THAT(Row(packed[1 - logic_port], packed[1 - logic_port] + 16),
+            EXPECT_THAT(RuleRow(packed[logic_port], packed[logic_port] + 16), ElementsAreArray(row_of(row.after)));
+            EXPECT_THAT(RuleRow(packed[1 - logic_port], packed[1 - logic_port] + 16),
                         ElementsAreArray(row_of({empty_rule(), numbered(1)})));
             EXPECT_THAT(table[logic_port], ElementsAreArray(row_of(row.before))) << "the argument is only read";
         }
@@ -332,8 +332,8 @@ TEST_F(RuleCompaction, a_vlan_is_free_when_no_counted_rule_of_either_port_carrie
 TEST_F(RuleCompaction, the_test_for_a_used_vlan_ends_at_the_first_rule)
 {
     traces_logged();
-    put(table, 0, Row(16, rule(0).in_data(100)));
-    put(table, 1, Row(16, rule(0).in_data(100)));
+    put(table, 0, RuleRow(16, rule(0).in_data(100)));
+    put(table, 1, RuleRow(16, rule(0).in_data(100)));
     setVlanCfgNumber[0] = setVlanCfgNumber[1] = 16;
     const auto seen = observe([&] { return IsSameVlanExist(table, 0, 100); });
     EXPECT_EQ(seen.output, log_of({dbg("\nIsSameVlanExist is find")}));

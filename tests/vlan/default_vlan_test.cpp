@@ -225,17 +225,17 @@ TEST_F(DefaultVlan, a_low_byte_of_0_is_no_refused_registration)
 class UplinkCheck : public UnderEveryMaskTest {};
 
 const Log kUplinkEntry = {cfg("omci_set_port_up_igmp_vlan is in! group num \n")};
-const Log kPorts = {dbg("\n portState0 is 0"), dbg("\n portState1 is 29")};
+const Log kPortStates = {dbg("\n portState0 is 0"), dbg("\n portState1 is 29")};
 
 TEST_F(UplinkCheck, the_uplink_passes)
 {
-    expect_under_every_mask(kUplinkEntry + kPorts + Log{dbg("\n logicPort is 1")},
+    expect_under_every_mask(kUplinkEntry + kPortStates + Log{dbg("\n logicPort is 1")},
                             [] { EXPECT_EQ(omci_set_port_up_igmp_vlan(29, 1, 2), 0); });
 }
 
 TEST_F(UplinkCheck, a_user_port_is_refused)
 {
-    expect_under_every_mask(kUplinkEntry + kPorts +
+    expect_under_every_mask(kUplinkEntry + kPortStates +
                                 Log{dbg("\n logicPort is 0"), err("\n port(0) is not uplink!,exit")},
                             [] { EXPECT_EQ(omci_set_port_up_igmp_vlan(0, 1, 2), -1); });
 }

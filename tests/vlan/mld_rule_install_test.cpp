@@ -293,6 +293,19 @@ TEST_F(MldRuleInstall, a_listed_vlan_is_told_only_while_rule_changes_are_traced)
     }
 }
 
+TEST_F(MldRuleInstall, a_listed_vlan_is_told_under_the_trace_bit_alone)
+{
+    for (const uint32_t mask : {0x00u, 0x01u, 0x04u, 0x20u}) {
+        SCOPED_TRACE(mask);
+        SetUp();
+        log_mask(mask);
+        mldInitParams.mldAdapt = 1;
+        put_mld_template_vlans({105});
+        const auto told = install(plain_rule()).output.find("\r\n[MC_MLD_DBG_DBG]: \n PortVlan is  already exist!");
+        EXPECT_EQ(told != std::string::npos, mask == 0x01);
+    }
+}
+
 TEST_F(MldRuleInstall, the_scan_reads_the_32_bit_list_whole)
 {
     config_logged();

@@ -40,11 +40,11 @@ struct ModeRow {
     }
 };
 
-constexpr uint16_t kNone = 0xFFFF;
+constexpr uint16_t kLeftOut = 0xFFFF;
 
 constexpr ModeRow kModes[] = {
     // mode, vlan1, vlan2 -> tag modes, in_up, out_up, in_down, out_down, in_data, out_data
-    {1, 100, 200, 1, kNone, 100, 100, kNone, 100, kNone, true},
+    {1, 100, 200, 1, kLeftOut, 100, 100, kLeftOut, 100, kLeftOut, true},
     {0, 100, 200, 0, 100, 100, 100, 100, 100, 100, false},
     {3, 100, 200, 0, 100, 100, 100, 100, 100, 100, false}, // intended: installed as untag
     {2, 100, 200, 2, 100, 200, 200, 100, 200, 100, false},
@@ -59,11 +59,11 @@ constexpr ModeRow kModes[] = {
     // VLANs count with their low 16 bits.
     {2, 0x10064, 0xABCD00C8, 2, 100, 200, 200, 100, 200, 100, false},
     {2, 0x1064, 0xF0C8, 2, 0x1064, 0xF0C8, 0xF0C8, 0x1064, 0xF0C8, 0x1064, false},
-    {1, 0x20064, 0, 1, kNone, 100, 100, kNone, 100, kNone, true},
+    {1, 0x20064, 0, 1, kLeftOut, 100, 100, kLeftOut, 100, kLeftOut, true},
     // A user side of 0 or none is untagged.
     {2, 0, 200, 2, 0, 200, 200, 0, 200, 0, true},
     {2, 0x10000, 200, 2, 0, 200, 200, 0, 200, 0, true},
-    {2, 0xFFFF, 200, 2, kNone, 200, 200, kNone, 200, kNone, true},
+    {2, 0xFFFF, 200, 2, kLeftOut, 200, 200, kLeftOut, 200, kLeftOut, true},
     {0, 0, 200, 0, 0, 0, 0, 0, 0, 0, true},
 };
 

@@ -63,6 +63,19 @@ TEST_F(RuleInstallVlan, a_listed_vlan_is_told_only_while_rule_changes_are_traced
     }
 }
 
+TEST_F(RuleInstallVlan, a_listed_vlan_is_told_under_the_trace_bit_alone)
+{
+    for (const uint32_t mask : {0x00u, 0x01u, 0x04u, 0x20u}) {
+        SCOPED_TRACE(mask);
+        SetUp();
+        log_mask(mask);
+        igmp_adapt = 1;
+        put_template_vlans({105});
+        const auto told = install(plain_rule()).output.find("\r\n[MC_DBG_DBG]: \n PortVlan is  already exist!");
+        EXPECT_EQ(told != std::string::npos, mask == 0x01);
+    }
+}
+
 TEST_F(RuleInstallVlan, rules_of_one_vlan_are_all_stored_but_the_vlan_is_listed_and_registered_once)
 {
     EXPECT_THAT(install(rule_of(101, 105)).calls, ElementsAre("igmp_vlan_add(105)"));

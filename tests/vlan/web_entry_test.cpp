@@ -467,20 +467,23 @@ TEST_F(WebEntry, a_row_that_is_full_by_then_refuses_the_rule_but_the_record_is_c
 
 TEST_F(WebEntry, a_position_that_is_taken_by_then_is_reported_and_refuses_the_rule)
 {
-    errors_logged();
-    put_rules(0, {rule_of(0, 300)});
-    put_rules(1, {rule_of(29, 400)});
-    platform().on("igmp_vlan_del", [] {
-        portState[0].portNo = 5;
-        portState[1].portNo = 0;
-        setVlanCfgNumber[1] = 0;
-    });
+    for (const uint32_t mask : {MC_DEBUG_ERROR, 0u}) {
+        SetUp();
+        log_mask(mask);
+        put_rules(0, {rule_of(0, 300)});
+        put_rules(1, {rule_of(29, 400)});
+        platform().on("igmp_vlan_del", [] {
+            portState[0].portNo = 5;
+            portState[1].portNo = 0;
+            setVlanCfgNumber[1] = 0;
+        });
 
-    const auto seen = observe([] { return set(page(0, 70)); });
+        const auto seen = observe([] { return set(page(0, 70)); });
 
-    EXPECT_EQ(seen.result, -1);
-    EXPECT_EQ(seen.output, "\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!");
-    EXPECT_EQ(PortVlanCfg[1][0], rule_of(29, 400));
+        EXPECT_EQ(seen.result, -1);
+        EXPECT_EQ(seen.output, mask == 0 ? "" : "\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!");
+        EXPECT_EQ(PortVlanCfg[1][0], rule_of(29, 400));
+    }
 }
 
 } // namespace
