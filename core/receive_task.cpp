@@ -33,7 +33,7 @@ void igmp_adapt_pkt_recv_task()
 
     for (;;) {
         if (L2_multicast_read_msg(frame, &port, &length) != 0) {
-            sleep(kIdleSeconds);
+            sleep(kIdleSeconds); // NOLINT(concurrency-mt-unsafe): nanosleep on Linux
             continue;
         }
         if (globle_parm.pkt_process_disable != 0)

@@ -58,6 +58,7 @@ template <class T> [[gnu::always_inline]] inline void write_whole(T &field, T va
  * `+field` is the value of a number, for a message: `...` takes no objects.
  */
 template <class T> class shared {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): of a pointer too
     static_assert(sizeof(T) <= sizeof(void *)); // what one access can take
 
 public:
@@ -65,6 +66,7 @@ public:
     constexpr shared(T value) : value_(value) {}
     constexpr shared(const shared &other) : value_(other) {}
 
+    // NOLINTNEXTLINE(cert-oop54-cpp, misc-unconventional-assign-operator): the other one does it
     constexpr shared &operator=(const shared &other) { return *this = T{other}; }
     constexpr shared &operator=(T value)
     {

@@ -35,7 +35,7 @@ void set_start_ports()
 // The previous block, if there was one, is deliberately left behind: a query on another thread may be reading it.
 static void take_status_block()
 {
-    const auto block = static_cast<grp_info *>(calloc(1, sizeof(grp_info)));
+    auto *const block = static_cast<grp_info *>(calloc(1, sizeof(grp_info)));
     if (block != nullptr)
         block->statusMode = 1;
     mc_status_global = block;

@@ -149,7 +149,7 @@ void compact_rules(Input &input, mcRuleTable (*operation)(mcConstRuleTable, uint
 {
     const uint32_t port = input.number();
     const Table table = take_table(input);
-    const mcRuleTable packed = operation(table.get(), port);
+    auto *const packed = operation(table.get(), port);
     digest().number(packed != nullptr);
     for (std::size_t i = 0; packed != nullptr && i < MC_LOGIC_PORTS; ++i)
         for (const vlanCfgNode &rule : packed[i])

@@ -63,7 +63,7 @@ using namespace mcadapt;
 int32_t std_omci_get_port_igmp_count(uint32_t port, uint32_t *out1, uint32_t *out2, uint32_t *out3, uint32_t *out4)
 {
     LOG_CONFIG(Igmp, "\n [std_omci_get_port_igmp_count] portNo = %d", port);
-    sleep(kPublisherPauseSeconds);
+    sleep(kPublisherPauseSeconds); // NOLINT(concurrency-mt-unsafe): nanosleep on Linux
     const int id = find_segment();
     if (id == -1)
         return -1;

@@ -117,7 +117,7 @@ enum class Call : int32_t {
 #undef MC_ENUMERATOR
 };
 
-#define MC_COUNT(name, result, refusal, changes, otherwise) +1
+#define MC_COUNT(name, result, refusal, changes, otherwise) +1 // NOLINT(bugprone-macro-parentheses): a term of the sum
 constexpr int kCalls = 0 MC_PLATFORM_CALLS(MC_COUNT);
 #undef MC_COUNT
 

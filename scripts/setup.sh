@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the Debian packages that a task needs and that are missing: setup.sh build|arm|arm-soft|arm64|mips|cross|lint|coverage|fuzz|mutation|package ...
+# Installs the Debian packages that a task needs and that are missing: setup.sh build|arm|arm-soft|arm64|mips|cross|lint|valgrind|coverage|fuzz|mutation|package ...
 set -eu
 
 packages_for() {
@@ -13,13 +13,14 @@ packages_for() {
     arm64) echo "g++-aarch64-linux-gnu libc6-dev-arm64-cross qemu-user googletest" ;;
     mips) echo "g++-mips-linux-gnu libc6-dev-mips-cross qemu-user googletest" ;;
     cross) packages_for arm && packages_for arm-soft && packages_for arm64 && packages_for mips ;;
-    lint) echo "clang-format clang-tidy" ;;
+    lint) echo "clang-format clang-tidy cppcheck" ;;
+    valgrind) echo "valgrind libc6-dbg" ;;
     coverage) echo "gcovr" ;;
     fuzz) echo "clang libclang-rt-14-dev llvm" ;;
     mutation) echo "ninja-build" ;;
     package) echo "dpkg-dev file g++-arm-linux-gnueabihf libc6-dev-armhf-cross qemu-user" ;;
     *)
-        echo "setup: unknown task '$1'; known are build, arm, arm-soft, arm64, mips, cross, lint, coverage, fuzz, mutation and package" >&2
+        echo "setup: unknown task '$1'; known are build, arm, arm-soft, arm64, mips, cross, lint, valgrind, coverage, fuzz, mutation and package" >&2
         return 1
         ;;
     esac

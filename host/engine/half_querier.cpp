@@ -105,7 +105,8 @@ void Half::update_interfaces()
         context_.timers.cancel(at->second);
         at = interfaces_.erase(at);
     }
-    for (uint16_t vlan = 0; vlan < registered_.size(); ++vlan) {
+    const auto vlans = static_cast<uint16_t>(registered_.size());
+    for (uint16_t vlan = 0; vlan < vlans; ++vlan) {
         for (uint16_t port = 0; serves(vlan) && port < kUplinkPort; ++port) {
             if (!declared_[port])
                 continue;

@@ -173,7 +173,7 @@ std::string get_interface_counters(const Values &v)
 {
     std::array<uint32_t, 4> counters = {};
     const int32_t result =
-        std_omci_get_port_igmp_count(v.number(0), &counters[0], &counters[1], &counters[2], &counters[3]);
+        std_omci_get_port_igmp_count(v.number(0), counters.data(), &counters[1], &counters[2], &counters[3]);
     return fmt::format("{}, counters {} {} {} {}", result, counters[0], counters[1], counters[2], counters[3]);
 }
 

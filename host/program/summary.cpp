@@ -63,6 +63,7 @@ std::vector<Count> groups_by_port(const Replay &replay)
         for (const GroupView &group : replay.engine().groups(family))
             ++counts[{group.membership.port, family}];
     std::vector<Count> rows;
+    rows.reserve(counts.size());
     for (const auto &[key, count] : counts)
         rows.push_back({fmt::format("{}, {}", port_text(key.first), family_name(key.second)), count});
     return rows;

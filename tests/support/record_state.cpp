@@ -14,10 +14,17 @@ struct Field {
     std::size_t size;
 };
 
+/** Fields that follow one another without padding. */
+struct Run {
+    std::size_t offset;
+    std::size_t size;
+};
+
 struct Record {
     void *address; // of the record; unused for the status block, which moves
     std::size_t size;
     std::vector<Field> fields;
+    std::vector<Run> runs;
 };
 
 /** Takes a record apart into its fields. */
@@ -183,18 +190,31 @@ private:
 #undef MEMBER
 };
 
+std::vector<Run> runs_of(const std::vector<Field> &fields)
+{
+    std::vector<Run> runs;
+    for (const Field &field : fields) {
+        if (runs.empty() || runs.back().offset + runs.back().size != field.offset)
+            runs.push_back({field.offset, 0});
+        runs.back().size += field.size;
+    }
+    return runs;
+}
+
 template <class T> Record describe(const std::string &name, T &record)
 {
     FieldLister lister;
     lister.add<T>(name, 0);
-    return {&record, sizeof record, std::move(lister.fields)};
+    auto runs = runs_of(lister.fields);
+    return {&record, sizeof record, std::move(lister.fields), std::move(runs)};
 }
 
 Record describe_status_block()
 {
     FieldLister lister;
     lister.add_members_of<grp_info>("mc_status_global->");
-    return {nullptr, sizeof(grp_info), std::move(lister.fields)};
+    auto runs = runs_of(lister.fields);
+    return {nullptr, sizeof(grp_info), std::move(lister.fields), std::move(runs)};
 }
 
 const std::vector<Record> &all_records()
@@ -212,10 +232,14 @@ const std::vector<Record> &all_records()
     return records;
 }
 
-std::vector<unsigned char> image_of(const void *address, std::size_t size)
+/** A copy of a record's fields. Padding may hold anything, also what was never initialised; it is 0 in the copy. */
+std::vector<unsigned char> image_of(const Record &record, const void *address)
 {
     const auto *bytes = static_cast<const unsigned char *>(address);
-    return {bytes, bytes + size};
+    std::vector<unsigned char> image(record.size);
+    for (const Run &run : record.runs)
+        std::memcpy(&image[run.offset], bytes + run.offset, run.size);
+    return image;
 }
 
 /** Copies of the records as the process was loaded: taken before main, when nothing has run yet. */
@@ -224,7 +248,7 @@ struct LoadImage {
     LoadImage()
     {
         for (const Record &record : all_records())
-            images.push_back(record.address != nullptr ? image_of(record.address, record.size)
+            images.push_back(record.address != nullptr ? image_of(record, record.address)
                                                        : std::vector<unsigned char>());
     }
 };
@@ -237,7 +261,7 @@ RecordSnapshot RecordSnapshot::take()
     RecordSnapshot snapshot;
     for (const Record &record : all_records()) {
         const void *address = record.address != nullptr ? record.address : mc_status_global;
-        snapshot.images_.push_back(address != nullptr ? image_of(address, record.size) : std::vector<unsigned char>());
+        snapshot.images_.push_back(address != nullptr ? image_of(record, address) : std::vector<unsigned char>());
     }
     return snapshot;
 }
