@@ -34,11 +34,6 @@ static bool line_up;
 static sem_t idle;
 static uint32_t forwarded, dropped;
 
-static void print_mac(const uint8_t *mac)
-{
-    printf("%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-}
-
 /* --- Bring-up */
 
 /* A real port resets the switch's multicast tables here and opens the interface on which trapped frames come. */
@@ -108,9 +103,8 @@ static int32_t add(const uint8_t *mac, uint32_t vlan, int32_t port)
 
 static void print_entry(const char *what, const uint8_t *mac, uint32_t vlan, int32_t port)
 {
-    printf("    switch: entry ");
-    print_mac(mac);
-    printf(" in VLAN %" PRIu32 " to port %" PRId32 " %s\n", vlan, port, what);
+    printf("    switch: entry %02x:%02x:%02x:%02x:%02x:%02x in VLAN %" PRIu32 " to port %" PRId32 " %s\n", mac[0], mac[1],
+           mac[2], mac[3], mac[4], mac[5], vlan, port, what);
 }
 
 int32_t L2_multicast_set_port_iptv_entry(int32_t port, const uint8_t *mac, uint32_t vlan)
@@ -224,10 +218,12 @@ int32_t L2_multicast_read_msg(uint8_t *buffer, uint8_t *port, uint32_t *length)
 int32_t L2_multicast_send_msg(const uint8_t *frame, uint32_t ifindex, uint32_t length, uint32_t srcPort,
                               uint32_t ponVlan)
 {
+    flockfile(stdout); /* frames are sent on several threads, and a line is printed piece by piece */
     printf("    switch: %" PRIu32 " bytes sent to port %" PRIu32, length, ifindex);
     for (size_t at = ETHERNET_BYTES - 2; at + TAG_BYTES + 2 <= length && be16(frame + at) == 0x8100; at += TAG_BYTES)
         printf(", tag VLAN %d priority %d", be16(frame + at + 2) & 0x0FFF, be16(frame + at + 2) >> 13);
     printf(" (from port %" PRIu32 ", multicast VLAN %" PRIu32 ")\n", srcPort, ponVlan);
+    funlockfile(stdout);
     return ifindex < SWITCH_PORTS ? 0 : -1;
 }
 

@@ -1,6 +1,12 @@
 // A port without fault: what is told, and what is not.
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <fstream>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <tuple>
 
 #include "check_fixture.h"
 
@@ -173,6 +179,55 @@ TEST_F(AGoodPort, may_have_more_stack_than_was_asked_for)
 {
     port().pal_task_create = [](uint32_t *, const char *, uint32_t, palTaskEntry entry) {
         return create_task(1 << 20, entry);
+    };
+    EXPECT_EQ(check().summary, kPassed);
+}
+
+/** A switch that remembers its entries, and which thread set each. */
+class StrictSwitch {
+public:
+    int32_t set(int32_t to, const uint8_t *mac, uint32_t vlan)
+    {
+        {
+            const std::lock_guard guard(lock_);
+            entries_[key(to, mac, vlan)] = std::this_thread::get_id();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1)); // time for another thread to come between
+        return 0;
+    }
+
+    int32_t remove(int32_t to, const uint8_t *mac, uint32_t vlan)
+    {
+        const std::lock_guard guard(lock_);
+        const auto entry = entries_.find(key(to, mac, vlan));
+        const bool own = entry != entries_.end() && entry->second == std::this_thread::get_id();
+        entries_.erase(key(to, mac, vlan));
+        return own ? 0 : -1;
+    }
+
+private:
+    using Key = std::tuple<int32_t, std::array<uint8_t, 6>, uint32_t>;
+
+    static Key key(int32_t to, const uint8_t *mac, uint32_t vlan)
+    {
+        std::array<uint8_t, 6> bytes;
+        std::copy_n(mac, 6, bytes.begin());
+        return {to, bytes, vlan};
+    }
+
+    std::mutex lock_;
+    std::map<Key, std::thread::id> entries_;
+};
+
+// Also while three threads are at it: no thread of the check removes an entry that another one had set.
+TEST_F(AGoodPort, may_refuse_to_remove_an_entry_that_is_not_there)
+{
+    StrictSwitch entries;
+    port().L2_multicast_set_port_iptv_entry = [&](int32_t to, const uint8_t *mac, uint32_t vlan) {
+        return entries.set(to, mac, vlan);
+    };
+    port().L2_multicast_remove_port_iptv_entry = [&](int32_t to, const uint8_t *mac, uint32_t vlan) {
+        return entries.remove(to, mac, vlan);
     };
     EXPECT_EQ(check().summary, kPassed);
 }

@@ -210,6 +210,7 @@ void use_good_port()
     calls.L2_multicast_read_msg = read_frame;
     calls.L2_multicast_send_msg = [](const uint8_t *, uint32_t, uint32_t) { return 0; };
     calls.L2_multicast_set_port_iptv_entry = [](int32_t, const uint8_t *, uint32_t) { return 0; };
+    calls.L2_multicast_remove_port_iptv_entry = [](int32_t, const uint8_t *, uint32_t) { return 0; };
     calls.l2_multicast_set_flood = [](uint32_t, uint32_t) { return 0; };
     calls.pal_task_create = [](uint32_t *id, const char *, uint32_t stack_bytes, palTaskEntry entry) {
         *id = 1;
@@ -338,7 +339,10 @@ int32_t L2_multicast_set_port_iptv_entry(int32_t to, const uint8_t *mac, uint32_
 {
     return port().L2_multicast_set_port_iptv_entry(to, mac, vlan);
 }
-int32_t L2_multicast_remove_port_iptv_entry(int32_t, const uint8_t *, uint32_t) { return 0; }
+int32_t L2_multicast_remove_port_iptv_entry(int32_t to, const uint8_t *mac, uint32_t vlan)
+{
+    return port().L2_multicast_remove_port_iptv_entry(to, mac, vlan);
+}
 int32_t l2_multicast_set_trap(uint32_t, uint32_t) { return 0; }
 int32_t l2_multicast_set_flood(uint32_t selector, uint32_t enable)
 {

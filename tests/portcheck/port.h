@@ -51,6 +51,7 @@ struct Port {
     std::function<int32_t(uint8_t *, uint8_t *, uint32_t *)> L2_multicast_read_msg;
     std::function<int32_t(const uint8_t *, uint32_t, uint32_t)> L2_multicast_send_msg;
     std::function<int32_t(int32_t, const uint8_t *, uint32_t)> L2_multicast_set_port_iptv_entry;
+    std::function<int32_t(int32_t, const uint8_t *, uint32_t)> L2_multicast_remove_port_iptv_entry;
     std::function<int32_t(uint32_t, uint32_t)> l2_multicast_set_flood;
     std::function<int32_t(uint32_t *, const char *, uint32_t, palTaskEntry)> pal_task_create;
     std::function<int32_t(const char *, uint8_t *, uint32_t)> get_mac_addr;
