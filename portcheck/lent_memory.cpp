@@ -151,6 +151,12 @@ LentOutput::LentOutput(Call call, const char *argument, uint32_t size, uint8_t f
     memset(bytes_, fill, size);
 }
 
+LentOutput::~LentOutput()
+{
+    take_back();
+    free(result_);
+}
+
 void LentOutput::take_back()
 {
     if (region_->taken_back)

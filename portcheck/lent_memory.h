@@ -47,7 +47,7 @@ class LentOutput {
 public:
     /** @param fill  Every byte of the room beforehand. */
     LentOutput(Call call, const char *argument, uint32_t size, uint8_t fill = 0);
-    ~LentOutput() { take_back(); }
+    ~LentOutput();
     LentOutput(const LentOutput &) = delete;
     LentOutput &operator=(const LentOutput &) = delete;
 
@@ -55,7 +55,7 @@ public:
     void *memory() { return bytes_; }
     /** Looks at the canaries, keeps what is in the room, and closes it. */
     void take_back();
-    /** What the call left in the room, after `take_back`. */
+    /** What the call left in the room, after `take_back` and until this object ends. */
     const uint8_t *result() const { return result_; }
 
 private:
