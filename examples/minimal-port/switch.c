@@ -103,8 +103,8 @@ static int32_t add(const uint8_t *mac, uint32_t vlan, int32_t port)
 
 static void print_entry(const char *what, const uint8_t *mac, uint32_t vlan, int32_t port)
 {
-    printf("    switch: entry %02x:%02x:%02x:%02x:%02x:%02x in VLAN %" PRIu32 " to port %" PRId32 " %s\n", mac[0], mac[1],
-           mac[2], mac[3], mac[4], mac[5], vlan, port, what);
+    printf("    switch: entry %02x:%02x:%02x:%02x:%02x:%02x in VLAN %" PRIu32 " to port %" PRId32 " %s\n", mac[0],
+           mac[1], mac[2], mac[3], mac[4], mac[5], vlan, port, what);
 }
 
 int32_t L2_multicast_set_port_iptv_entry(int32_t port, const uint8_t *mac, uint32_t vlan)
