@@ -39,4 +39,7 @@ target_link_options(mcadapt_link_flags INTERFACE -Wl,-Bsymbolic-functions -Wl,-z
     -Wl,--as-needed) # CMake names the C++ run time, which the library does not use
 if(MCADAPT_SANITIZE)
     target_link_options(mcadapt_link_flags INTERFACE -fsanitize=${MCADAPT_SANITIZE})
+elseif(NOT MCADAPT_COVERAGE)
+    # Nothing runs when the library is loaded or unloaded, so the compiler's start files would be 750 bytes of ballast.
+    target_link_options(mcadapt_link_flags INTERFACE -nostartfiles)
 endif()

@@ -1,11 +1,12 @@
 """What an ELF file tells about the memory that it takes."""
 import re
 
-FILES = ("crtstuff", "completed", "__dso_handle", "_edata", "_end", "__bss", "__TMC_END__")
+FILES = ("_edata", "_end", "__bss")
 
 CODE = re.compile(r"\.(text|plt|iplt|init|fini|MIPS\.stubs)(\.|$)")
 CONSTANTS = re.compile(r"\.(rodata|data\.rel\.ro)(\.|$)")
 WRITABLE = re.compile(r"\.(data|bss|sdata|sbss|tdata|tbss)(\.|$)")
+RELOCATED = re.compile(r"\.(dynamic|got|data\.rel\.ro|init_array|fini_array)(\.|$)")
 SECTION = re.compile(
     r"^\s*\[\s*(\d+)\]\s+(\S+)\s+(\S+)\s+[0-9a-f]+\s+[0-9a-f]+\s+([0-9a-f]+)\s+[0-9a-f]+\s+([A-Za-z]*)\s+\d+\s+\d+\s+\d+",
     flags=re.M,
@@ -24,6 +25,11 @@ class Section:
     @property
     def is_writable_data(self):
         return self.is_loaded and bool(WRITABLE.match(self.name)) and not CONSTANTS.match(self.name)
+
+    @property
+    def is_protectable(self):
+        """Whether the loader alone writes it. MIPS keeps its offset table among the data, within reach of one register."""
+        return bool(RELOCATED.match(self.name)) and "W" in self.flags and "p" not in self.flags
 
 
 class Library:
@@ -51,8 +57,9 @@ class Library:
     def linking_problems(self):
         if "TEXTREL" in self.dynamic:
             yield "the library relocates its code (TEXTREL)"
-        if "GNU_RELRO" not in self.readelf("--program-headers"):
-            yield "no part of the library becomes read-only once it is relocated (RELRO)"
+        protectable = [section.name for section in self.sections if section.is_protectable]
+        if protectable and "GNU_RELRO" not in self.readelf("--program-headers"):
+            yield f"{', '.join(protectable)} stay writable once the library is relocated (RELRO)"
         if not re.search(r"\(BIND_NOW\)|BIND_NOW|\bNOW\b", self.dynamic):
             yield "the library is not bound when it is loaded (BIND_NOW)"
 

@@ -47,6 +47,9 @@ class TheSharedLibrary(unittest.TestCase):
         self.assertEqual(sorted(platform_calls - imported), [], "platform calls that nothing makes")
         self.assertEqual(sorted(imported - platform_calls - set(listed("libc_names.txt"))), [], "unexpected imports")
 
+    def test_runs_nothing_when_loaded_or_unloaded(self):
+        self.assertEqual(re.findall(r"\((\w*(?:INIT|FINI)\w*)\)", readelf("--dynamic", SHARED)), [])
+
     def test_relocates_no_code(self):
         self.assertNotIn("TEXTREL", readelf("--dynamic", SHARED))
 
