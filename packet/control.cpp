@@ -2,12 +2,12 @@
  * @file
  * Control mode: downstream frames are copied by rule, upstream frames are marked with the ONU and user port.
  */
+#include "core/uplink.h"
 #include "packet/downstream.h"
 #include "platform/unit_services.h"
 
 namespace mcadapt {
 
-static constexpr uint32_t kEponUplink = 0;
 static constexpr uint16_t kUnassignedOnuVlan = 128;
 
 // The inner VLAN of an upstream frame: the user port, counted from 1.
@@ -34,12 +34,9 @@ template <class F> static void control_downstream(uint8_t *frame, uint32_t lengt
 
 static void igmp_control_upstream(const uint8_t *frame, uint32_t length, uint32_t port)
 {
-    uint32_t up_mode = 0;
-    vx_hal_nni_upmode_get(&up_mode);
-
     WorkBuffer work;
     uint32_t marked;
-    if (up_mode == kEponUplink) {
+    if (has_epon_uplink()) {
         marked = work.mark(frame, length, user_port_vlan(port));
     } else {
         uint8_t onu_id = 0;

@@ -6,10 +6,10 @@
 #include "core/log.h"
 #include "core/ports.h"
 #include "core/start_state.h"
+#include "core/uplink.h"
 #include "mcadapt/omci.h"
 #include "mcadapt/std_omci.h"
 #include "platform/protocol_engine.h"
-#include "platform/unit_services.h"
 #include "vlan/learning.h"
 #include "vlan/rule.h"
 #include "vlan/rule_trace.h"
@@ -17,13 +17,9 @@
 
 namespace mcadapt {
 
-static constexpr uint32_t kEponUplink = 0;
-
 static int32_t learn_vlans_on_epon()
 {
-    uint32_t up_mode = 0;
-    vx_hal_nni_upmode_get(&up_mode);
-    if (up_mode != kEponUplink)
+    if (!has_epon_uplink())
         return 0;
     LOG_TRACE(Igmp, "epon mode,omci_set_igmp_dynamic_enable is in!\n");
     return enable_vlan_learning();
