@@ -2,8 +2,11 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 namespace mcadapt {
+
+static constexpr std::size_t kLongestPrefix = sizeof("\r\n[MC_MLD_DBG_ERR]: ");
 
 template <class F, uint32_t log_class> static constexpr const char *prefix()
 {
@@ -17,13 +20,13 @@ template <class F, uint32_t log_class> static constexpr const char *prefix()
     }
 }
 
-// One message at a time: another thread's must not stand between the prefix and the rest.
+// One call for the whole message: standard output's own lock keeps it together, and is let go of even by a thread that
+// is cancelled while it prints.
 [[gnu::format(printf, 2, 0)]] static void print(const char *prefix, const char *format, va_list arguments)
 {
-    flockfile(stdout);
-    fputs(prefix, stdout);
-    vfprintf(stdout, format, arguments);
-    funlockfile(stdout);
+    char whole[kLongestPrefix + kLongestFormat];
+    stpcpy(stpcpy(whole, prefix), format);
+    vfprintf(stdout, whole, arguments);
 }
 
 template <class F, uint32_t log_class> void print_message(const char *format, ...)

@@ -12,6 +12,7 @@
 #ifndef MCADAPT_CORE_LOG_H
 #define MCADAPT_CORE_LOG_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -26,6 +27,9 @@ namespace mcadapt {
     return __builtin_expect((mask & bit) != 0, false);
 }
 
+/** Bytes of the longest message before its arguments are put in, without the prefix. */
+constexpr std::size_t kLongestFormat = 192;
+
 /** Prints a message of a family and a log class (one of `MC_DEBUG_...`) behind its prefix. */
 template <class F, uint32_t log_class>
 [[gnu::cold, gnu::format(printf, 1, 2)]] void print_message(const char *format, ...);
@@ -38,8 +42,11 @@ template <class F, uint32_t log_class>
 
 #define LOG_GATED_(F, log_class, ...)                                                                                  \
     do {                                                                                                               \
+        static_assert(sizeof(LOG_FORMAT_(__VA_ARGS__, 0)) <= mcadapt::kLongestFormat);                                 \
         if (mcadapt::on(F::debug(), log_class))                                                                        \
             mcadapt::print_message<F, log_class>(__VA_ARGS__);                                                         \
     } while (0)
+
+#define LOG_FORMAT_(format, ...) "" format // a literal, or it does not compile
 
 #endif

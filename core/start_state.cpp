@@ -48,6 +48,16 @@ static void free_static_groups()
             free_static_group(entry);
 }
 
+// The bytes between the fields too, by whole words, which leaves every field of a word whole.
+template <class Record> static void clear_whole(Record &record)
+{
+    using Word [[gnu::may_alias]] = uint32_t;
+    static_assert(sizeof(Record) % sizeof(Word) == 0 && alignof(Record) >= alignof(Word));
+    auto *const words = reinterpret_cast<Word *>(&record);
+    for (std::size_t i = 0; i < sizeof(Record) / sizeof(Word); ++i)
+        __atomic_store_n(&words[i], 0, __ATOMIC_RELAXED);
+}
+
 // The engine judges the values; whatever it refuses is reported, and the next parameter follows.
 static void push_igmp_parameters()
 {
@@ -82,6 +92,7 @@ using namespace mcadapt;
 
 void initIgmpGlobleParmeter()
 {
+    clear_whole(globle_parm);
     globle_parm = start_igmp_parameters();
     take_status_block();
     free_static_groups();
@@ -89,7 +100,12 @@ void initIgmpGlobleParmeter()
     set_build_identification(globle_parm);
 }
 
-void initmldGlobleParmeter() { set_start_mld_parameters(mldInitParams); }
+void initmldGlobleParmeter()
+{
+    for (mldPortParm &port : mldInitParams.mldPort)
+        clear_whole(port);
+    set_start_mld_parameters(mldInitParams);
+}
 
 void mldinitPortStateNode()
 {

@@ -1,8 +1,14 @@
 /** The log: prefixes, gates, and what becomes of a message whose gate is closed. */
 #include "core/log.h"
 
+#include <climits>
+#include <cstdio>
+#include <fcntl.h>
 #include <functional>
+#include <poll.h>
+#include <pthread.h>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 #include "core/families.h"
@@ -111,6 +117,61 @@ TEST_F(Logging, serves_as_the_only_statement_of_a_branch)
     };
     EXPECT_EQ(observe([&] { choose(true); }).output, "\r\n[MC_DBG_ERR]: first");
     EXPECT_EQ(observe([&] { choose(false); }).output, "\r\n[MC_DBG_ERR]: second");
+}
+
+TEST_F(Logging, prints_the_longest_message_whole)
+{
+    errors_logged();
+    constexpr char kLongest[] = "an entry of the table 012345678901234567890123456789012345678901234567890123456789"
+                                "012345678901234567890123456789012345678901234567890123456789012345678901234567"
+                                "89012345678901234567890 %d";
+    static_assert(sizeof(kLongest) <= kLongestFormat && sizeof(kLongest) + 8 > kLongestFormat);
+    const std::string text(kLongest, sizeof(kLongest) - sizeof("%d"));
+    EXPECT_EQ(observe([] {
+                  LOG_ERROR(Mld,
+                            "an entry of the table 012345678901234567890123456789012345678901234567890123456789"
+                            "012345678901234567890123456789012345678901234567890123456789012345678901234567"
+                            "89012345678901234567890 %d",
+                            INT_MIN);
+              }).output,
+              "\r\n[MC_MLD_DBG_ERR]: " + text + "-2147483648");
+}
+
+/** Prints into a full pipe until it is cancelled. */
+void *print_for_ever(void *)
+{
+    for (;;)
+        LOG_ERROR(Igmp, "nobody reads this");
+}
+
+/** Ends the process by 0 when another thread can print after one was cancelled while it printed. */
+[[noreturn]] void print_after_a_cancelled_thread()
+{
+    int ends[2];
+    pthread_t printer;
+    if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0)
+        _exit(2);
+    mc_debug = ~0u;
+    if (pthread_create(&printer, nullptr, print_for_ever, nullptr) != 0)
+        _exit(3);
+    pollfd writable = {ends[1], POLLOUT, 0};
+    while (poll(&writable, 1, 0) == 1) {
+    }
+    pthread_cancel(printer);
+    pthread_join(printer, nullptr);
+
+    char drained[4096];
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    while (read(ends[0], drained, sizeof(drained)) > 0) {
+    }
+    alarm(20); // ends the process by a signal, should standard output still be locked
+    LOG_ERROR(Igmp, "somebody goes on");
+    _exit(fflush(stdout));
+}
+
+TEST_F(Logging, goes_on_after_a_thread_was_cancelled_while_it_printed)
+{
+    EXPECT_EXIT(print_after_a_cancelled_thread(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Logging, tests_the_bit_at_each_message)
