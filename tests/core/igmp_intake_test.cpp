@@ -1,15 +1,15 @@
-#include "intake_kit.h"
+// What the IGMP intake alone does; what both intakes do stands in intake_test.cpp.
+#include "intake_side.h"
 
 namespace mcadapt::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::ValuesIn;
 
 const std::string kOwnFrame = "Error! Igmp Packet comes from myself!\r\n";
 
-class IgmpLayout : public IgmpIntake, public ::testing::WithParamInterface<Layout> {
+class IgmpLayout : public IgmpIntake, public ::testing::WithParamInterface<FrameLayout> {
 protected:
     static FrameBuilder report() { return GetParam().wrap(igmp_report("225.1.2.3")); }
     static std::string vlan() { return number(GetParam().vlan); }
@@ -51,39 +51,13 @@ TEST_P(IgmpLayout, a_whole_pass_from_the_uplink_writes_every_line_in_order)
                 called("igmp_pkt_recv(46c0002000004000, 32, 65535, 400, 0)")});
 }
 
-TEST_P(IgmpLayout, a_frame_that_is_too_short_for_its_layout_is_refused)
-{
-    for (const uint32_t length : {0u, 13u, GetParam().least - 1}) {
-        SCOPED_TRACE(length);
-        const ByteVector frame = report();
-        const ByteVector seen_part(frame.begin(), std::next(frame.begin(), static_cast<std::ptrdiff_t>(length)));
-        EXPECT_EQ(take(frame, 0, length).result, -1);
-        expect_log(frame, 0, length,
-                   {trace("igmpL2PktProc is in! 0\n"), received(seen_part, 0),
-                    trace("\r\nRcieve L2 data on interface 0(0):\r\n"),
-                    error(GetParam().too_short + ("(" + number(length)) + ")\r\n")});
-    }
-}
-
-TEST_P(IgmpLayout, a_frame_of_the_least_length_passes)
-{
-    const auto seen = take(report(), 0, GetParam().least);
-    EXPECT_THAT(seen.calls, ElementsAre("igmp_pkt_recv(46c0002000004000, 32, 0, 4088, 0)"));
-}
-
 TEST_P(IgmpLayout, a_frame_without_the_type_of_ipv4_is_refused)
 {
-    // Printed with the bytes the other way round: intended.
     const std::pair<uint16_t, int> kTypes[] = {{0x86DD, 56710}, {0x0806, 1544}, {0x0021, 8448}, {0x0008, 2048},
                                                {0x0801, 264},   {0x0900, 9},    {0xFFFF, 65535}};
     for (const auto &[type, printed] : kTypes) {
         SCOPED_TRACE(type);
-        const ByteVector frame = report().ethertype(type);
-        EXPECT_EQ(take(frame).result, -1);
-        expect_log(frame, 0,
-                   {trace("igmpL2PktProc is in! 0\n"), received(frame, 0),
-                    trace("\r\nRcieve L2 data on interface 0(0):\r\n"),
-                    error("Not ip pkt recieved,abord!(" + number(printed) + ")\r\n")});
+        expect_not_ip(report().ethertype(type), printed);
     }
 }
 
@@ -108,142 +82,15 @@ TEST_P(IgmpLayout, a_packet_of_another_protocol_is_refused_with_the_line_of_an_o
 
 INSTANTIATE_TEST_SUITE_P(Layouts, IgmpLayout, ValuesIn(kLayouts), layout_name);
 
-class IgmpClassification : public IgmpIntake {
-protected:
-    /** The trace that names the frame VLAN. */
-    std::string vlan_line(const ByteVector &frame)
-    {
-        mc_debug = MC_DEBUG_TRACE;
-        return part(take(frame).output, "in searchRecieve", " usPort");
-    }
-};
-
-TEST_F(IgmpClassification, the_low_12_bits_of_the_tag_are_the_frame_vlan)
-{
-    EXPECT_EQ(vlan_line(igmp_report("225.1.2.3").tag(0xFFFF)), "in searchRecievePktPortCfgVlan vlan_id = 4095");
-    EXPECT_EQ(vlan_line(igmp_report("225.1.2.3").tag(0xF000)), "in searchRecievePktPortCfgVlan vlan_id = 0");
-    EXPECT_EQ(vlan_line(igmp_report("225.1.2.3").tag(7).tag(0xFFFF)), "in searchRecievePktPortCfgVlan vlan_id = 4095");
-}
-
-TEST_F(IgmpClassification, a_control_field_of_8864_outweighs_a_second_tag)
-{
-    const ByteVector frame = igmp_report("225.1.2.3").tag(0x8864).tag(100);
-    EXPECT_EQ(vlan_line(frame), "in searchRecievePktPortCfgVlan vlan_id = 2148");
-    EXPECT_EQ(engine_offset(), 22);
-    // Here the layout needs 22 bytes, where two tags need 18.
-    mc_debug = MC_DEBUG_ERROR;
-    EXPECT_EQ(take(frame, 0, 21).output,
-              shown({error("Frame PPPoE header and vlan tag,but too short ,abord!<*_*>(21)\r\n")}, ~0u));
-}
-
-TEST_F(IgmpClassification, only_the_whole_control_field_of_8864_means_pppoe)
-{
-    for (const uint16_t control : std::initializer_list<uint16_t>{0x0864, 0x9864, 0x8865}) {
-        SCOPED_TRACE(control);
-        take(igmp_report("225.1.2.3").tag(control));
-        EXPECT_EQ(engine_offset(), 18);
-    }
-}
-
-TEST_F(IgmpClassification, the_inner_tag_does_not_mean_pppoe)
-{
-    EXPECT_EQ(vlan_line(igmp_report("225.1.2.3").tag(100).tag(0x8864)),
-              "in searchRecievePktPortCfgVlan vlan_id = 2148");
-    EXPECT_EQ(engine_offset(), 22);
-}
-
-TEST_F(IgmpClassification, only_tags_of_type_8100_are_tags)
-{
-    mc_debug = MC_DEBUG_ERROR;
-    const auto refused_for = [&](const ByteVector &frame) { return part(take(frame).output, "Not ip", "\r"); };
-    EXPECT_EQ(refused_for(igmp_report("225.1.2.3").tag(100, 0x88A8)), "Not ip pkt recieved,abord!(43144)");
-    EXPECT_EQ(refused_for(igmp_report("225.1.2.3").tag(100).tag(100, 0x88A8)), "Not ip pkt recieved,abord!(43144)");
-    EXPECT_EQ(refused_for(igmp_report("225.1.2.3").tag(100).tag(100).tag(100)), "Not ip pkt recieved,abord!(129)");
-}
-
-TEST_F(IgmpClassification, pppoe_behind_a_tag_of_another_vlan_is_not_ip)
-{
-    mc_debug = MC_DEBUG_ERROR;
-    EXPECT_EQ(take(igmp_report("225.1.2.3").tag(100).pppoe()).output,
-              shown({error("Not ip pkt recieved,abord!(25736)\r\n")}, ~0u)); // 0x8864
-}
+using IgmpClassification = IgmpIntake;
 
 TEST_F(IgmpClassification, the_ppp_code_of_ipv4_is_not_accepted)
 {
     // Intended: PPPoE frames too must carry the EtherType.
-    mc_debug = MC_DEBUG_ERROR;
-    const auto seen = take(igmp_report("225.1.2.3").pppoe(0x0021));
-    EXPECT_EQ(seen.result, -1);
-    EXPECT_EQ(seen.output, shown({error("Not ip pkt recieved,abord!(8448)\r\n")}, ~0u));
+    expect_not_ip(igmp_report("225.1.2.3").pppoe(0x0021), 8448);
 }
 
-class IgmpAdmission : public IgmpIntake {};
-
-TEST_F(IgmpAdmission, a_port_above_29_is_refused_with_0)
-{
-    for (const uint32_t port : {30u, 31u, 255u, 256u, 0x11Du, 0xFFFFFFFFu}) {
-        SCOPED_TRACE(port);
-        const std::string printed = number(static_cast<int32_t>(port));
-        EXPECT_EQ(take(igmp_report("225.1.2.3"), port).result, 0);
-        EXPECT_EQ(srcPortNum, port & 0xFF);
-        expect_log(igmp_report("225.1.2.3"), port,
-                   {trace("igmpL2PktProc is in! " + printed + "\n"), error("\n port(" + printed + ") is invalid!"),
-                    error("The port no(" + printed + ") is illegal, abord!<*_*>\r\n")});
-    }
-}
-
-TEST_F(IgmpAdmission, a_port_above_29_is_refused_even_when_it_is_configured)
-{
-    portState[0].portNo = 30;
-    mc_debug = MC_DEBUG_ERROR;
-    EXPECT_EQ(take(igmp_report("225.1.2.3"), 30).output,
-              shown({error("\n port(30) is invalid!"), error("The port no(30) is illegal, abord!<*_*>\r\n")}, ~0u));
-}
-
-TEST_F(IgmpAdmission, a_port_that_is_not_configured_is_refused_with_0)
-{
-    for (const uint32_t port : {1u, 28u}) {
-        SCOPED_TRACE(port);
-        EXPECT_EQ(take(igmp_report("225.1.2.3"), port).result, 0);
-        EXPECT_EQ(srcPortNum, port);
-        expect_log(igmp_report("225.1.2.3"), port,
-                   {trace("igmpL2PktProc is in! " + number(port) + "\n"),
-                    error("\n [checkPortState]port(" + number(port) + ") is not find!"),
-                    error("The port no(" + number(port) + ") is illegal, abord!<*_*>\r\n")});
-    }
-}
-
-TEST_F(IgmpAdmission, ports_are_those_of_the_port_table)
-{
-    portState[0].portNo = 3;
-    portState[1].portNo = 4;
-    platform().answer("igmp_pkt_recv", 9);
-    EXPECT_EQ(take(igmp_report("225.1.2.3"), 3).result, 9);
-    EXPECT_EQ(take(igmp_report("225.1.2.3"), 4).result, 9);
-    EXPECT_EQ(take(igmp_report("225.1.2.3"), 0).result, 0);
-    EXPECT_EQ(take(igmp_report("225.1.2.3"), 29).result, 0);
-    EXPECT_EQ(platform().count("igmp_pkt_recv"), 2u);
-}
-
-TEST_F(IgmpAdmission, a_frame_of_2000_bytes_is_taken_and_one_of_2001_refused_with_0)
-{
-    platform().answer("igmp_pkt_recv", 9);
-    EXPECT_EQ(take(igmp_report("225.1.2.3").pad_to(2000)).result, 9);
-    for (const uint32_t length : {2001u, 2048u, 0xFFFFFFFFu}) {
-        SCOPED_TRACE(length);
-        EXPECT_EQ(take(igmp_report("225.1.2.3"), 0, length).result, 0);
-        expect_log(
-            igmp_report("225.1.2.3"), 0, length,
-            {trace("igmpL2PktProc is in! 0\n"), error("usLength  = " + number(static_cast<int32_t>(length)) + "\r\n")});
-    }
-}
-
-TEST_F(IgmpAdmission, the_port_is_tested_before_the_length)
-{
-    mc_debug = MC_DEBUG_ERROR;
-    EXPECT_EQ(take(igmp_report("225.1.2.3"), 30, 2001).output,
-              shown({error("\n port(30) is invalid!"), error("The port no(30) is illegal, abord!<*_*>\r\n")}, ~0u));
-}
+using IgmpAdmission = IgmpIntake;
 
 TEST_F(IgmpAdmission, a_frame_of_the_unit_is_refused_before_it_is_classified)
 {
@@ -251,17 +98,6 @@ TEST_F(IgmpAdmission, a_frame_of_the_unit_is_refused_before_it_is_classified)
     const ByteVector seen_part(own.begin(), own.begin() + 13); // as an untagged frame it would be too short
     EXPECT_EQ(take(own, 0, 13).result, -1);
     expect_log(own, 0, 13, {trace("igmpL2PktProc is in! 0\n"), received(seen_part, 0), error(kOwnFrame)});
-}
-
-TEST_F(IgmpAdmission, a_frame_is_the_units_own_by_all_six_bytes)
-{
-    platform().answer("igmp_pkt_recv", 9);
-    for (std::size_t byte = 6; byte < 12; ++byte) {
-        SCOPED_TRACE(byte);
-        ByteVector frame = igmp_report("225.1.2.3").from("02:19:c6:01:02:03");
-        frame[byte] ^= 1;
-        EXPECT_EQ(take(frame).result, 9);
-    }
 }
 
 TEST_F(IgmpAdmission, own_frames_are_those_of_sys_mac_alone)
@@ -276,14 +112,7 @@ TEST_F(IgmpAdmission, own_frames_are_those_of_sys_mac_alone)
     EXPECT_EQ(take(igmp_report("225.1.2.3").from("00:00:00:00:00:00")).result, -1);
 }
 
-class IgmpStores : public IgmpIntake {
-    void SetUp() override
-    {
-        IgmpIntake::SetUp();
-        srcPortNum = 77;
-        ponVlan = 555;
-    }
-};
+using IgmpStores = IgmpIntake;
 
 TEST_F(IgmpStores, a_taken_frame_leaves_its_port_and_vlan)
 {
@@ -292,26 +121,11 @@ TEST_F(IgmpStores, a_taken_frame_leaves_its_port_and_vlan)
     EXPECT_EQ(ponVlan, 4088u);
 }
 
-TEST_F(IgmpStores, a_refused_frame_leaves_its_port_alone)
+TEST_F(IgmpStores, a_frame_refused_for_its_content_leaves_its_port_alone)
 {
-    const FrameBuilder report = igmp_report("225.1.2.3");
-    EXPECT_THAT(take(report, 30).changed, ElementsAre("srcPortNum"));
-    EXPECT_EQ(srcPortNum, 30);
-    EXPECT_THAT(take(report, 0x105).changed, ElementsAre("srcPortNum"));
-    EXPECT_EQ(srcPortNum, 5);
-    EXPECT_THAT(take(report, 0, 2001).changed, ElementsAre("srcPortNum"));
-    EXPECT_EQ(srcPortNum, 0);
-    EXPECT_THAT(take(report, 29, 13).changed, ElementsAre("srcPortNum"));
+    EXPECT_THAT(take(igmp_report("225.1.2.3"), 29, 13).changed, ElementsAre("srcPortNum"));
     EXPECT_EQ(srcPortNum, 29);
-    EXPECT_THAT(take(igmp_report("225.1.2.3").from("02:19:c6:01:02:03"), 0).changed, ElementsAre("srcPortNum"));
-    EXPECT_THAT(take(igmp_report("225.1.2.3").ethertype(0x0806), 29).changed, ElementsAre("srcPortNum"));
-}
-
-TEST_F(IgmpStores, the_port_is_stored_as_received_under_a_test_uplink)
-{
-    testuplink = 0;
-    take(igmp_report("225.1.2.3"), 0);
-    EXPECT_EQ(srcPortNum, 0);
+    EXPECT_THAT(take(igmp_report("225.1.2.3").ethertype(0x0806), 0).changed, ElementsAre("srcPortNum"));
 }
 
 class IgmpDump : public IgmpIntake {

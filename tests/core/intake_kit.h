@@ -1,13 +1,12 @@
 /**
  * @file
- * What the tests of both intakes share: frame layouts, logs as lists of gated lines, and a fixture for each family.
+ * What the tests of both intakes share: frame layouts, and logs as lists of gated lines.
  */
 #ifndef MCADAPT_TESTS_INTAKE_KIT_H
 #define MCADAPT_TESTS_INTAKE_KIT_H
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +17,7 @@
 namespace mcadapt::test {
 
 /** A layout in which frames arrive. */
-struct Layout {
+struct FrameLayout {
     const char *name;
     FrameBuilder (*wrap)(FrameBuilder frame);
     uint32_t vlan;            /**< The frame VLAN that the tags below give. */
@@ -29,7 +28,7 @@ struct Layout {
 };
 
 // Intended: two tags need no more bytes than one, and a single tag leaves its control field in the record's tpid.
-inline const Layout kLayouts[] = {
+inline const FrameLayout kLayouts[] = {
     {"untagged",
      [](FrameBuilder frame) { return frame; },
      0,
@@ -67,8 +66,8 @@ inline const Layout kLayouts[] = {
      {0x8100, 0, 0}},
 };
 
-inline std::string layout_name(const ::testing::TestParamInfo<Layout> &info) { return info.param.name; }
-inline void PrintTo(const Layout &layout, std::ostream *out) { *out << layout.name; }
+inline std::string layout_name(const ::testing::TestParamInfo<FrameLayout> &info) { return info.param.name; }
+inline void PrintTo(const FrameLayout &layout, std::ostream *out) { *out << layout.name; }
 
 /** A line of a log and the mask bit that lets it through; 0 for what is always there. */
 struct LogLine {
@@ -112,97 +111,6 @@ inline std::string part(const std::string &output, const std::string &from, cons
     const std::size_t end = output.find(to, begin);
     return output.substr(begin, end == std::string::npos ? end : end - begin);
 }
-
-/** Frames given straight to one intake, user port 0 and uplink 29, in a mode without a handler unless a test sets one.
- */
-class OneIntake : public IntakeTest {
-protected:
-    using Intake = int32_t (*)(uint8_t *frame, uint32_t length, uint32_t port);
-
-    OneIntake(Intake intake, uint32_t &mask, uint32_t &other_mask, const char *prefix)
-        : intake_(intake), mask_(mask), other_mask_(other_mask), prefix_(prefix)
-    {
-    }
-
-    void SetUp() override
-    {
-        IntakeTest::SetUp();
-        std::copy_n(platform().unit_mac.begin(), 6, sys_mac);
-        proxy_adapt_mode = 2;
-        mldInitParams.multiMode = 1;
-    }
-
-    LogLine trace(const std::string &text) const { return {MC_DEBUG_TRACE, prefix_ + "DBG]: " + text}; }
-    LogLine error(const std::string &text) const { return {MC_DEBUG_ERROR, prefix_ + "ERR]: " + text}; }
-    LogLine config(const std::string &text) const { return {MC_DEBUG_CONFIG, prefix_ + "CFG]: " + text}; }
-
-    /** Gives a frame to the intake; `length` is what the intake is told, in front of bytes that are all there. */
-    Observed<int32_t> take(const ByteVector &frame, uint32_t port, uint32_t length)
-    {
-        buffer.emplace(frame, 0xEE);
-        return observe([&] { return intake_(buffer->data(), length, port); });
-    }
-    Observed<int32_t> take(const ByteVector &frame, uint32_t port = 0)
-    {
-        return take(frame, port, static_cast<uint32_t>(frame.size()));
-    }
-
-    /**
-     * Takes the frame once under each bit of the mask alone, under none and under all, and expects of the log what the
-     * mask lets through. The other family's mask holds the other bits, and must not matter.
-     */
-    void expect_log(const ByteVector &frame, uint32_t port, uint32_t length, const Log &log)
-    {
-        for (const uint32_t mask : {0x00u, 0x01u, 0x04u, 0x08u, 0x10u, 0x20u, 0xFFFFFFC2u, 0xFFFFFFFFu}) {
-            SCOPED_TRACE("mask " + std::to_string(mask));
-            mask_ = mask;
-            other_mask_ = ~mask;
-            EXPECT_EQ(take(frame, port, length).trace, shown(log, mask));
-        }
-        log_mask(0);
-    }
-    void expect_log(const ByteVector &frame, uint32_t port, const Log &log)
-    {
-        expect_log(frame, port, static_cast<uint32_t>(frame.size()), log);
-    }
-
-    /** Where in the frame the packet began that the engine got last. */
-    std::ptrdiff_t engine_offset() const { return buffer->offset_of(platform().engine_packets.back().start); }
-
-    /** The last frame given. */
-    std::optional<FrameBuffer> buffer;
-
-private:
-    Intake intake_;
-    uint32_t &mask_;
-    uint32_t &other_mask_;
-    std::string prefix_;
-};
-
-class IgmpIntake : public OneIntake {
-protected:
-    IgmpIntake() : OneIntake(igmpL2PktProc, mc_debug, mld_debug, "\r\n[MC_DBG_") {}
-
-    static LogLine received(const ByteVector &frame, uint32_t port)
-    {
-        return {MC_DEBUG_RX_DUMP, "[igmpL2PktProc]: Pkt recv from port " + number(port) + ", len " +
-                                      std::to_string(frame.size()) + ".\r\n" + dumped(frame)};
-    }
-    static LogLine sent(const ByteVector &frame, uint32_t port)
-    {
-        return {MC_DEBUG_TX_DUMP, "[l2_igmp_send_pkt]: Pkt Send to port " + number(port) + ", len " +
-                                      std::to_string(frame.size()) + ".\r\n" + dumped(frame)};
-    }
-};
-
-class MldIntake : public OneIntake {
-protected:
-    MldIntake() : OneIntake(mldL2PktProc, mld_debug, mc_debug, "\r\n[MC_MLD_DBG_") {}
-
-    // Intended: the MLD side's dumps have no heading.
-    static LogLine received(const ByteVector &frame) { return {MC_DEBUG_RX_DUMP, dumped(frame)}; }
-    static LogLine sent(const ByteVector &frame) { return {MC_DEBUG_TX_DUMP, dumped(frame)}; }
-};
 
 } // namespace mcadapt::test
 

@@ -1,56 +1,16 @@
-#include "intake_kit.h"
+// How the MLD intake alone hands a frame over; what both intakes do stands in intake_handover_test.cpp.
+#include "intake_handover.h"
 
 namespace mcadapt::test {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 constexpr char kEngineCall[] = "mld_pkt_recv(6000000000200001, 72, 0, 4088, 13119)";
 
-/** What an accepted frame is given to: the engine, then the handler of the mode. */
-class MldHandover : public MldIntake {
-protected:
-    static const ByteVector &report()
-    {
-        static const ByteVector frame = mld_report("ff1e::1");
-        return frame;
-    }
-
-    /** The lines of an untagged report up to its mode, on an adapter without rules. */
-    Log accepted(uint32_t port, uint32_t from, int mode) const
-    {
-        Log log = {trace("mldL2PktProc is in! " + number(port) + "\n"), received(report()),
-                   trace("\r\n[INFO]Rcieve L2 data on interface " + number(from) + "(" + number(from) + "):\r\n"),
-                   trace("in mldsearchRecievePktPortCfgVlan vlan_id = 0 usPort = " + number(from) + " \r\n")};
-        if (from == 29)
-            log.push_back(trace("recieve paket from uplink,no need vlan config search!\r\n"));
-        append(log, {trace("in searchVlan vlan = 0\r\n"), trace("GROUP_VLAN = 4088\r\n"),
-                     trace("IP TOTAL LENGTH = 72\r\n"), trace("MLD MODE = " + number(mode) + "\r\n")});
-        return log;
-    }
-
-    /** The lines of a frame's sending. */
-    Log sending(const ByteVector &frame, uint32_t port, uint32_t source) const
-    {
-        const std::string length = std::to_string(frame.size());
-        return {sent(frame),
-                trace("mld_l2_igmp_send_pkt  ifindex = " + number(port) + " len = " + length +
-                      " srcPortNum = " + number(source) + " ponVlan = 4088\r\n"),
-                called("L2_multicast_send_msg(" + hex(frame) + ", " + number(port) + ", " + length + ", " +
-                       number(source) + ", 4088)")};
-    }
-
-    static void append(Log &log, const Log &more) { log.insert(log.end(), more.begin(), more.end()); }
-    static Log joined(Log log, const std::vector<Log> &more)
-    {
-        for (const Log &each : more)
-            append(log, each);
-        return log;
-    }
-};
+using MldHandover = HandoverTest<MldSide>;
 
 // --- Modes: 2 is snooping and 3 control, where the IGMP side has 1 and 3
 
@@ -75,15 +35,6 @@ TEST_F(MldHandover, control_gives_the_frame_to_the_engine_and_then_to_the_contro
                                     trace("Enter igmp_control_handle, rPort = 0, rport_sta = 2\r\n"),
                                     called("vx_ploam_onuid_get()"), trace("igmp_adapt_control_handle onu_id = 7")},
                                    sending(with_tag(with_tag(report(), 1), 7), 29, 0)}));
-}
-
-TEST_F(MldHandover, every_other_mode_gives_the_frame_to_the_engine_alone)
-{
-    for (const uint8_t mode : std::initializer_list<uint8_t>{0, 1, 4, 100, 255}) {
-        SCOPED_TRACE(int{mode});
-        mldInitParams.multiMode = mode;
-        expect_log(report(), 0, joined(accepted(0, 0, mode), {{called(kEngineCall)}}));
-    }
 }
 
 TEST_F(MldHandover, the_mode_is_the_low_byte_of_the_mld_sides_own)
@@ -156,21 +107,6 @@ TEST_F(MldHandover, in_every_other_mode_the_engine_gets_a_frame_from_the_uplink_
     }
 }
 
-TEST_F(MldHandover, what_passes_the_engine_by_is_told_by_the_mld_port_type)
-{
-    portState[0].portType = 3;
-    for (const uint8_t mode : std::initializer_list<uint8_t>{2, 3}) {
-        for (const uint32_t type : {0u, 1u, 2u, 3u}) {
-            SCOPED_TRACE(testing::Message() << "mode " << int{mode} << ", type " << type);
-            mldInitParams.multiMode = mode;
-            mldInitParams.mldPortState[0].portType = type;
-            platform().forget_calls();
-            EXPECT_EQ(take(report(), 0).result, type == 1 ? -1 : 0);
-            EXPECT_EQ(platform().count("mld_pkt_recv"), type == 1 ? 0u : 1u);
-        }
-    }
-}
-
 // --- The test uplink
 
 TEST_F(MldHandover, a_frame_from_the_test_uplink_is_handled_as_from_port_29)
@@ -193,14 +129,6 @@ TEST_F(MldHandover, in_control_mode_a_frame_from_the_test_uplink_passes_the_engi
                           "\r\n[MC_MLD_DBG_DBG]: mld MODE is control\r\n"
                           "\r\n[MC_MLD_DBG_DBG]: Enter igmp_control_handle, rPort = 29, rport_sta = 1\r\n"));
     EXPECT_EQ(platform().count("mld_pkt_recv"), 0u);
-}
-
-TEST_F(MldHandover, the_test_uplink_is_that_of_the_mld_side)
-{
-    testuplink = 0;
-    EXPECT_THAT(take(report(), 0).calls, ElementsAre(kEngineCall));
-    mldInitParams.mldTestUplink = 1;
-    EXPECT_THAT(take(report(), 0).calls, ElementsAre(kEngineCall));
 }
 
 TEST_F(MldHandover, an_effective_port_that_is_not_configured_reaches_engine_and_handler)
@@ -284,39 +212,7 @@ TEST_F(MldHandover, the_line_of_the_engines_answer_is_a_trace)
     expect_log(report(), 0, joined(accepted(0, 0, 1), {{called(kEngineCall), trace("mld_pkt_recv ret = 5\r\n")}}));
 }
 
-TEST_F(MldHandover, a_frame_that_the_engine_refuses_is_forwarded_all_the_same)
-{
-    for (const uint16_t mode : std::initializer_list<uint16_t>{2, 3}) {
-        SCOPED_TRACE(mode);
-        mldInitParams.multiMode = mode;
-        platform().answer("mld_pkt_recv", 5);
-        platform().forget_calls();
-        EXPECT_EQ(take(report()).result, 5);
-        EXPECT_EQ(platform().sent.size(), 1u);
-    }
-}
-
 // --- What the handlers get
-
-TEST_F(MldHandover, the_handlers_get_the_vlan_of_the_innermost_tag)
-{
-    put_rules(0, {rule(0)});
-    put_mld_rules(0, {rule(0).up(4000, 300).down(4000, 300)});
-    mld_debug = MC_DEBUG_TRACE;
-    for (const Layout &layout : kLayouts) {
-        SCOPED_TRACE(layout.name);
-        const ByteVector frame = layout.wrap(mld_report("ff1e::1"));
-        const std::string vlan = number(layout.vlan);
-        mldInitParams.multiMode = 2;
-        EXPECT_THAT(take(frame, 0).output,
-                    HasSubstr("searchUpSnoopPortCfgVlan from downlink,vlan = " + vlan + " config search!"));
-        EXPECT_THAT(take(frame, 29).output,
-                    HasSubstr("searchDownSnoopPortCfgVlan from downlink,vlan(" + vlan + ") config search!"));
-        mldInitParams.multiMode = 3;
-        EXPECT_THAT(take(frame, 29).output,
-                    HasSubstr("searchDownSnoopPortCfgVlan from downlink,vlan(" + vlan + ") config search!"));
-    }
-}
 
 TEST_F(MldHandover, the_handlers_get_the_vlan_from_the_tag_record_as_the_engine_left_it)
 {
@@ -359,20 +255,6 @@ TEST_F(MldHandover, the_handlers_get_the_frame_itself)
     const ByteVector frame = mld_report("ff1e::1").vlan(100);
     take(frame, 0);
     EXPECT_EQ(buffer->frame(), with_control(frame, 300)); // the IGMP rule's tag, written in place
-}
-
-TEST_F(MldHandover, a_refused_frame_reaches_neither_engine_nor_handler)
-{
-    for (const uint16_t mode : std::initializer_list<uint16_t>{1, 2, 3}) {
-        SCOPED_TRACE(mode);
-        mldInitParams.multiMode = mode;
-        EXPECT_THAT(take(report(), 30).calls, IsEmpty());
-        EXPECT_THAT(take(report(), 1).calls, IsEmpty());
-        EXPECT_THAT(take(report(), 0, 2001).calls, IsEmpty());
-        EXPECT_THAT(take(report(), 0, 13).calls, IsEmpty());
-        EXPECT_THAT(take(mld_report("ff1e::1").from("00:00:00:00:00:00")).calls, IsEmpty());
-        EXPECT_THAT(take(igmp_report("225.1.2.3")).calls, IsEmpty());
-    }
 }
 
 } // namespace

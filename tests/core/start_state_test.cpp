@@ -1,6 +1,7 @@
 /** The records as they are loaded, and the routines that put them into their start state. */
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "start_fixture.h"
 #include "start_sequence.h"
@@ -27,6 +28,12 @@ protected:
         return changed_fields(RecordSnapshot::take(), reached);
     }
 };
+
+/** The bytes behind the last field of a record, up to its end. */
+template <class Record, class Field> std::vector<uint8_t> bytes_behind(const Field &last, const Record &record)
+{
+    return {reinterpret_cast<const uint8_t *>(&last + 1), reinterpret_cast<const uint8_t *>(&record + 1)};
+}
 
 using LoadTime = StartState;
 
@@ -63,25 +70,46 @@ TEST_F(LoadTime, every_field_of_every_record_holds_its_initial_value)
 
 // --- initIgmpGlobleParmeter
 
-using IgmpParameters = StartState;
+class IgmpParameters : public StartState {
+protected:
+    /** As `differing_from`, with the spoilt block in the place of the one that the routine took. */
+    template <class Store> std::vector<std::string> differing_beside_the_block(Store &&store)
+    {
+        grp_info *const taken = std::exchange(mc_status_global, fixture_block_);
+        const auto differing = differing_from(std::forward<Store>(store));
+        mc_status_global = taken;
+        return differing;
+    }
+
+    /** Expects the start values in records that were spoilt before, and everything else left. */
+    void expect_start_values_and_nothing_else()
+    {
+        EXPECT_THAT(differing_beside_the_block([] {
+                        store_igmp_parameters();
+                        store_build_identification();
+                        store_free_static_groups();
+                        proxy_adapt_mode = 1; // by the mode operation
+                    }),
+                    IsEmpty());
+    }
+};
 
 TEST_F(IgmpParameters, the_start_values_are_stored_and_everything_else_is_left)
 {
     spoil_all_records();
     initIgmpGlobleParmeter();
-    grp_info *const block = mc_status_global;
-    ASSERT_NE(block, nullptr);
-    ASSERT_NE(block, fixture_block_);
+    ASSERT_NE(mc_status_global, nullptr);
+    ASSERT_NE(mc_status_global, fixture_block_);
+    expect_start_values_and_nothing_else();
+}
 
-    mc_status_global = fixture_block_;
-    EXPECT_THAT(differing_from([] {
-                    store_igmp_parameters();
-                    store_build_identification();
-                    store_free_static_groups();
-                    proxy_adapt_mode = 1; // by the mode operation
-                }),
-                IsEmpty());
-    mc_status_global = block;
+TEST_F(IgmpParameters, the_bytes_behind_the_fields_are_zero_too)
+{
+    std::memset(&globle_parm, kSpoilt, sizeof(globle_parm));
+    initIgmpGlobleParmeter();
+    for (const portParm &port : globle_parm.port)
+        EXPECT_THAT(bytes_behind(port.cvlan, port), ElementsAre(0, 0));
+    EXPECT_THAT(bytes_behind(globle_parm.pkt_process_disable, globle_parm), ElementsAre(0, 0, 0));
 }
 
 TEST_F(IgmpParameters, free_static_groups_have_an_address_that_is_not_zero)
@@ -145,14 +173,7 @@ TEST_F(IgmpParameters, a_failed_allocation_leaves_no_block_and_stops_nothing)
 
     EXPECT_EQ(mc_status_global, nullptr);
     EXPECT_EQ(seen.calls, calls_of(igmp_parameter_steps()));
-    mc_status_global = fixture_block_;
-    EXPECT_THAT(differing_from([] {
-                    store_igmp_parameters();
-                    store_build_identification();
-                    store_free_static_groups();
-                    proxy_adapt_mode = 1;
-                }),
-                IsEmpty());
+    expect_start_values_and_nothing_else();
 }
 
 TEST_F(IgmpParameters, calls_and_lines_come_in_order)
@@ -187,16 +208,12 @@ TEST_F(IgmpParameters, the_engine_is_told_after_the_stores_and_before_the_build_
 TEST_F(IgmpParameters, the_first_engine_call_sees_every_start_value)
 {
     spoil_all_records();
-    std::vector<std::string> differing;
-    grp_info *block = nullptr;
+    std::vector<std::string> differing = {"not called"};
     platform().on("igmp_default_vid_set", [&] {
-        block = mc_status_global;
-        mc_status_global = fixture_block_;
-        differing = differing_from([] {
+        differing = differing_beside_the_block([] {
             store_igmp_parameters();
             store_free_static_groups();
         });
-        mc_status_global = block;
     });
     initIgmpGlobleParmeter();
     EXPECT_THAT(differing, IsEmpty());
@@ -281,31 +298,37 @@ TEST_F(IgmpParameters, an_engine_that_refuses_everything_leaves_them_fully_initi
                            "\r\n[MC_DBG_ERR]: igmp_fast_leave_enable_globle is error! ret = -7\r\n"
                            "\r\n[MC_DBG_ERR]: \n ERROR!igmp_adapt_vlan_learning Fail ret = -7");
     log_mask(0);
-    grp_info *const block = mc_status_global;
-    mc_status_global = fixture_block_;
-    EXPECT_THAT(differing_from([] {
-                    store_igmp_parameters();
-                    store_build_identification();
-                    store_free_static_groups();
-                    proxy_adapt_mode = 1;
-                }),
-                IsEmpty());
-    mc_status_global = block;
+    expect_start_values_and_nothing_else();
 }
 
 // --- The MLD routines
 
-using MldStartState = StartState;
+class MldStartState : public StartState {
+protected:
+    /** Expects a routine to store what `store` does in records that were spoilt before, without a call or a line. */
+    template <class Routine, class Store> static void expect_silent_stores(Routine routine, Store store)
+    {
+        spoil_all_records();
+        everything_logged();
+        const auto seen = observe(routine);
+        EXPECT_THAT(seen.calls, IsEmpty());
+        EXPECT_EQ(seen.output, "");
+        EXPECT_THAT(differing_from(store), IsEmpty());
+    }
+};
 
 TEST_F(MldStartState, the_parameter_routine_stores_its_fields_and_no_others)
 {
-    spoil_all_records();
-    everything_logged();
-    const auto seen = observe([] { initmldGlobleParmeter(); });
+    expect_silent_stores(initmldGlobleParmeter, store_mld_parameters);
+}
 
-    EXPECT_THAT(seen.calls, IsEmpty());
-    EXPECT_EQ(seen.output, "");
-    EXPECT_THAT(differing_from(store_mld_parameters), IsEmpty());
+TEST_F(MldStartState, the_parameter_routine_clears_the_bytes_behind_the_fields_too)
+{
+    std::memset(&mldInitParams.mldPort, kSpoilt, sizeof(mldInitParams.mldPort));
+    initmldGlobleParmeter();
+    for (const mldPortParm &port : mldInitParams.mldPort)
+        for (const mldAuthGroup &group : port.authGroup)
+            EXPECT_THAT(bytes_behind(group.vlan, group), ElementsAre(0, 0));
 }
 
 // The list that the intake searches, the rules and the tags outlive a start of the parameters.
@@ -323,25 +346,19 @@ TEST_F(MldStartState, the_parameter_routine_leaves_lists_counts_rules_ports_and_
 
 TEST_F(MldStartState, the_port_routine_sets_the_two_ports_alone)
 {
+    expect_silent_stores(mldinitPortStateNode, [] { store_start_ports(mldInitParams.mldPortState); });
     spoil_all_records();
-    everything_logged();
-    const auto seen = observe([] { mldinitPortStateNode(); });
-    EXPECT_THAT(seen.calls, IsEmpty());
-    EXPECT_EQ(seen.output, "");
+    mldinitPortStateNode();
     EXPECT_THAT(mldInitParams.mldPortState, ElementsAre(portStateNode{0, 2}, portStateNode{29, 1}));
-    EXPECT_THAT(differing_from([] { store_start_ports(mldInitParams.mldPortState); }), IsEmpty());
 }
 
 TEST_F(MldStartState, the_rule_routine_clears_every_rule_and_both_counts_alone)
 {
+    expect_silent_stores(mldinitVlancfgNode, store_mld_rules);
     spoil_all_records();
-    everything_logged();
-    const auto seen = observe([] { mldinitVlancfgNode(); });
-    EXPECT_THAT(seen.calls, IsEmpty());
-    EXPECT_EQ(seen.output, "");
+    mldinitVlancfgNode();
     for (const auto &row : mldInitParams.mldPortVlanCfg)
         EXPECT_THAT(row, Each(IsEmptyRule()));
-    EXPECT_THAT(differing_from(store_mld_rules), IsEmpty());
 }
 
 } // namespace
