@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "mode_handlers.h"
+#include "rule_matching.h"
 
 namespace mcadapt::test {
 namespace {
@@ -92,14 +93,8 @@ TEST_P(DownstreamRules, the_tag_is_the_value_of_the_rule_without_bit_12)
 
 TEST_P(DownstreamRules, only_the_low_12_bits_of_in_dn_vlan_are_compared)
 {
-    struct {
-        uint16_t in;
-        uint32_t vlan;
-        bool matches;
-    } const cases[] = {{100, 100, true},  {0xF064, 100, true},  {100, 101, false},    {0, 0, true},
-                       {0xF000, 0, true}, {0xFFFF, 4095, true}, {0xFFFF, 100, false}, {100, 0x1064, false}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(::testing::PrintToString(c.in) + " " + std::to_string(c.vlan));
+    for (const ComparedVlan &c : kComparedVlans) {
+        SCOPED_TRACE(::testing::PrintToString(c));
         put(0, {rule(0).down_mode(0).down(c.in, 7)});
         EXPECT_THAT(from_uplink(tagged, c.vlan).calls, ElementsAre(sent(c.matches ? with_control(tagged, 7) : tagged)));
     }

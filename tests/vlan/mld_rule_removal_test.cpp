@@ -1,8 +1,5 @@
-/** The MLD rule removal: at most one rule goes, and its VLAN is released when no rule uses it. */
-#include "support/library_test.h"
-#include "support/matchers.h"
-#include "vlan/expected_log.h"
-#include "vlan/rule_cases.h"
+/** The MLD rule removal, what only this family does: at most one rule goes, and the release's status is returned. */
+#include "vlan/rule_sides.h"
 
 namespace mcadapt::test {
 namespace {
@@ -10,28 +7,10 @@ namespace {
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::StartsWith;
 
-class MldRuleRemoval : public LibraryTest {
-protected:
-    static Observed<int32_t> remove(vlanCfgNode given) { return remove_in_place(given); }
-
-    static Observed<int32_t> remove_in_place(vlanCfgNode &given)
-    {
-        return observe([&] { return mld_onu_std_omci_delete_multicast_vlan(&given); });
-    }
-
-    /** One rule of multicast VLAN 105, listed. */
-    static void put_plain_rule()
-    {
-        put_mld_rules(0, {plain_rule()});
-        put_mld_template_vlans({105});
-    }
-};
+class MldRuleRemoval : public RuleTest<MldRules> {};
 
 // --- Whole passes
 
@@ -85,17 +64,7 @@ protected:
 
 TEST_F(MldRuleRemovalWholePass, every_step_comes_in_its_order_and_each_line_under_its_own_bit)
 {
-    for (const auto &[igmp_mask, mld_mask] : all_log_masks()) {
-        SCOPED_TRACE("mc_debug " + std::to_string(igmp_mask) + ", mld_debug " + std::to_string(mld_mask));
-        SetUp();
-        mc_debug = igmp_mask;
-        mld_debug = mld_mask;
-
-        const auto seen = remove(given);
-
-        EXPECT_EQ(seen.trace, log_of(whole_pass()));
-        EXPECT_EQ(seen.result, 256);
-    }
+    expect_under_all_masks([&] { return remove(given); }, whole_pass(), 256);
 }
 
 TEST_F(MldRuleRemovalWholePass, one_rule_and_its_vlan_go_and_nothing_of_the_igmp_side_changes)
@@ -135,10 +104,7 @@ TEST_F(MldRuleRemovalWholePass, step_one_and_the_dump_need_mldAdapt_1)
 
 TEST_F(MldRuleRemoval, until_rules_are_set_by_mode_the_upstream_side_is_derived_in_place)
 {
-    for (const Normalisation &row : kNormalised) {
-        SCOPED_TRACE(::testing::PrintToString(row));
-        SetUp();
-        mld_debug = MC_DEBUG_TRACE;
+    for_each_traced(kNormalised, [](const Normalisation &row) {
         flag_omci_version = 1; // the IGMP side's switch
         put_mld_rules(0, {rule_of(row.kept_in_up, 105)});
         vlanCfgNode record = row.given();
@@ -152,23 +118,7 @@ TEST_F(MldRuleRemoval, until_rules_are_set_by_mode_the_upstream_side_is_derived_
                                        mld_dbg("\n logicPort is 0"), mld_dbg("mldsortPortVlanCfg")})));
         EXPECT_EQ(record, row.kept());
         EXPECT_THAT(live_mld_rules(0), IsEmpty());
-    }
-}
-
-TEST_F(MldRuleRemoval, once_rules_are_set_by_mode_nothing_is_derived_but_the_zeroing_stays)
-{
-    for (const Normalisation &row : kNotDerived) {
-        SCOPED_TRACE(::testing::PrintToString(row));
-        SetUp();
-        mld_debug = MC_DEBUG_TRACE;
-        mldInitParams.mldOmciVersion = 2;
-        put_mld_rules(0, {rule_of(row.kept_in_up, 105)});
-        vlanCfgNode record = row.given();
-        const auto seen = remove_in_place(record);
-        EXPECT_THAT(seen.output, Not(HasSubstr("tagmode")));
-        EXPECT_EQ(record, row.kept());
-        EXPECT_THAT(live_mld_rules(0), IsEmpty());
-    }
+    });
 }
 
 // --- Refusals
@@ -185,11 +135,9 @@ TEST_F(MldRuleRemoval, a_port_that_is_not_configured_is_refused_once_the_record_
 
         const auto seen = remove_in_place(record);
 
-        EXPECT_EQ(seen.result, -1);
-        EXPECT_EQ(seen.trace, log_of({mld_dbg("onu_std_omci_delete_multicast_vlan is in! port_index = %d\n", port),
-                                      mld_dbg("multicast_vlan tagmode = 0, is untag mode!\n"),
-                                      mld_err("\n port(%d) is invalid!", port)}));
-        EXPECT_THAT(seen.changed, IsEmpty());
+        expect_refused(seen, {mld_dbg("onu_std_omci_delete_multicast_vlan is in! port_index = %d\n", port),
+                              mld_dbg("multicast_vlan tagmode = 0, is untag mode!\n"),
+                              mld_err("\n port(%d) is invalid!", port)});
         EXPECT_EQ(record, rule(number, 0, 0, 104, 5, 0, 104, 6, 105, 106)) << "derived, but not yet zeroed";
     }
 }
@@ -202,11 +150,9 @@ TEST_F(MldRuleRemoval, a_port_without_rules_is_refused_by_a_trace_line)
 
     const auto seen = remove_in_place(record);
 
-    EXPECT_EQ(seen.result, -1);
-    EXPECT_EQ(seen.trace, log_of({mld_dbg("onu_std_omci_delete_multicast_vlan is in! port_index = 0\n"),
-                                  mld_dbg("multicast_vlan tagmode = 1, is tag mode!\n"), mld_dbg("\n logicPort is 0"),
-                                  mld_dbg("\n vlan is not been disposed,use default vlan!")}));
-    EXPECT_THAT(seen.changed, IsEmpty());
+    expect_refused(seen, {mld_dbg("onu_std_omci_delete_multicast_vlan is in! port_index = 0\n"),
+                          mld_dbg("multicast_vlan tagmode = 1, is tag mode!\n"), mld_dbg("\n logicPort is 0"),
+                          mld_dbg("\n vlan is not been disposed,use default vlan!")});
     EXPECT_EQ(record.in_up_vlan, 0xFFFF) << "not yet zeroed";
 }
 
@@ -238,8 +184,7 @@ TEST_F(MldRuleRemoval, a_port_that_compaction_refuses_ends_with_minus_1_after_th
     EXPECT_EQ(seen.result, -1);
     EXPECT_EQ(seen.trace,
               log_of({mld_err("\n port(40) is invalid!"), mld_err("checkPortlogic logicPort err = -1 \r\n")}));
-    EXPECT_THAT(seen.changed, ElementsAreArray(Fields{"mldInitParams.mldSetVlanCfgNumber[1]"} +
-                                               rule_fields("mldInitParams.mldPortVlanCfg[1][0]")));
+    EXPECT_THAT(seen.changed, ElementsAreArray(MldRules::rule_and_count("1", "0")));
     EXPECT_EQ(mldInitParams.mldPortVlanCfg[1][1], rule_of(7, 2, 40));
 }
 
@@ -325,84 +270,6 @@ TEST_F(MldRuleRemoval, static_groups_move_nothing_and_are_not_withdrawn)
 
 // --- When the VLAN is released
 
-TEST_F(MldRuleRemoval, a_vlan_is_kept_while_a_rule_of_either_port_uses_it)
-{
-    struct Row {
-        const char *what;
-        std::vector<vlanCfgNode> user, uplink;
-        bool released;
-    };
-    std::vector<vlanCfgNode> full_row(15, rule_of(8, 2, 29));
-    full_row.push_back(rule_of(7, 105, 29));
-    const std::vector<Row> rows = {
-        {"no other rule", {}, {}, true},
-        {"a rule of the port", {rule_of(7, 105)}, {}, false},
-        {"a rule of the other port", {}, {rule_of(7, 105, 29)}, false},
-        {"the last of many rules", {rule_of(7, 1), rule_of(8, 2)}, {rule_of(9, 3, 29), rule_of(7, 105, 29)}, false},
-        {"the last rule of a full row", {}, full_row, false},
-        {"rules of other VLANs", {rule_of(7, 104)}, {rule_of(7, 106, 29)}, true},
-        {"a rule that differs above bit 11", {}, {rule_of(7, 0x1069, 29)}, false}, // intended: low 12 bits
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.what);
-        SetUp();
-        mld_debug = MC_DEBUG_TRACE;
-        std::vector<vlanCfgNode> user = row.user;
-        user.push_back(plain_rule());
-        put_mld_rules(0, user);
-        put_mld_rules(1, row.uplink);
-        put_rules(1, {rule_of(7, 105, 29)}); // the IGMP side's rules do not matter
-        platform().answer("mld_pack_set_mc_vlan", 77);
-
-        const auto seen = remove(plain_rule());
-
-        EXPECT_EQ(seen.result, row.released ? 77 : 0);
-        EXPECT_THAT(seen.trace, EndsWith(row.released ? log_of({mld_dbg("checkPortlogic logicPort = 0\r\n"),
-                                                                called("mld_pack_set_mc_vlan(0, 105)")})
-                                                      : log_of({mld_dbg("checkPortlogic logicPort = 0\r\n"),
-                                                                mld_dbg("\nIsSameVlanExist is find")})));
-    }
-}
-
-TEST_F(MldRuleRemoval, a_vlan_above_12_bits_is_released_although_the_other_port_still_uses_it)
-{
-    // intended: 12 bits of the rules against 16 of the record
-    put_mld_rules(0, {rule_of(101, 0x1069)});
-    put_mld_rules(1, {rule_of(101, 0x1069, 29)});
-    EXPECT_THAT(remove(rule_of(101, 0x1069)).calls, ElementsAre("mld_pack_set_mc_vlan(0, 105)"));
-}
-
-TEST_F(MldRuleRemoval, rules_behind_the_count_do_not_keep_the_vlan)
-{
-    put_plain_rule();
-    mldInitParams.mldPortVlanCfg[1][0] = rule_of(7, 105, 29);
-    EXPECT_EQ(remove(plain_rule()).calls.size(), 1u);
-}
-
-TEST_F(MldRuleRemoval, the_default_vlan_is_never_released_and_stays_listed)
-{
-    struct Row {
-        uint16_t vlan, default_of_mld, default_elsewhere;
-        bool released;
-    };
-    for (const Row &row : {Row{105, 105, 0, false}, Row{105, 4088, 105, true}, Row{4088, 4088, 0, false},
-                           Row{0x1069, 105, 0, true}, Row{105, 0x1069, 0, true}}) {
-        SCOPED_TRACE(std::to_string(row.vlan) + " with default " + std::to_string(row.default_of_mld));
-        SetUp();
-        put_mld_rules(0, {rule_of(101, row.vlan)});
-        put_mld_template_vlans({row.vlan});
-        mldInitParams.defaultVlan = row.default_of_mld;
-        defaultVlan = globle_parm.defaultVlan = row.default_elsewhere;
-
-        const auto seen = remove(rule_of(101, row.vlan));
-
-        EXPECT_EQ(seen.result, 0);
-        EXPECT_EQ(seen.calls.size(), row.released ? 1u : 0u);
-        EXPECT_EQ(mldInitParams.setVlanNumber, row.released ? 0 : 1);
-        EXPECT_THAT(mldInitParams.mldPortVlanCfg[0], Each(IsEmptyRule()));
-    }
-}
-
 TEST_F(MldRuleRemoval, the_vlan_released_is_the_records_even_when_no_rule_went) // intended
 {
     put_mld_rules(0, {rule_of(101, 300)});
@@ -418,7 +285,8 @@ TEST_F(MldRuleRemoval, the_engines_status_is_returned_whole)
         SCOPED_TRACE(answer);
         SetUp();
         errors_logged();
-        put_plain_rule();
+        put_mld_rules(0, {plain_rule()});
+        put_mld_template_vlans({105});
         platform().answer("mld_pack_set_mc_vlan", answer);
         const auto seen = remove(plain_rule());
         EXPECT_EQ(seen.result, answer);

@@ -110,6 +110,9 @@ inline void put_static_groups(int logic_port, std::initializer_list<staticGroupE
 inline staticGroupEntry static_group(uint16_t vlan, uint32_t address) { return {vlan, 0, address}; }
 inline staticGroupEntry free_static_group() { return {MC_NO_VLAN, 0, 0x0000FFFF}; }
 
+/** As after a rule set by mode: the IGMP operations derive nothing and leave MLD alone. */
+inline void serve_igmp_alone() { flag_omci_version = 1; }
+
 /** The ten fields that storing or clearing a rule writes: all but `ruleFlag`. */
 inline std::vector<std::string> rule_fields(const std::string &position)
 {

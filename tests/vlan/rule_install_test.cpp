@@ -1,8 +1,5 @@
-/** The IGMP rule install: its whole passes, its refusals, and what becomes of the rule that it is given. */
-#include "support/library_test.h"
-#include "support/matchers.h"
-#include "vlan/expected_log.h"
-#include "vlan/rule_cases.h"
+/** The IGMP rule install, what only this family does: its whole passes, its refusals, and MLD that follows. */
+#include "vlan/rule_sides.h"
 
 namespace mcadapt::test {
 namespace {
@@ -14,16 +11,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-class RuleInstall : public LibraryTest {
-protected:
-    static Observed<int32_t> install(const vlanCfgNode &given)
-    {
-        return observe([&] { return std_omci_set_multicast_vlan_onu(&given); });
-    }
-
-    /** As after a rule set by mode: nothing is derived, and the install leaves MLD alone. */
-    static void serve_igmp_alone() { flag_omci_version = 1; }
-};
+class RuleInstall : public RuleTest<IgmpRules> {};
 
 // --- Whole passes
 
@@ -135,17 +123,8 @@ protected:
 
 TEST_F(RuleInstallWholePass, every_step_comes_in_its_order_and_each_line_under_its_own_bit)
 {
-    for (const auto &[igmp_mask, mld_mask] : all_log_masks()) {
-        SCOPED_TRACE("mc_debug " + std::to_string(igmp_mask) + ", mld_debug " + std::to_string(mld_mask));
-        SetUp();
-        mc_debug = igmp_mask;
-        mld_debug = mld_mask;
-
-        const auto seen = install(given);
-
-        EXPECT_EQ(seen.trace, log_of(whole_pass()));
-        EXPECT_EQ(seen.result, 256); // intended: the IGMP status is lost
-    }
+    // intended: the IGMP status is lost
+    expect_under_all_masks([&] { return install(given); }, whole_pass(), 256);
 }
 
 TEST_F(RuleInstallWholePass, what_was_stored_stays_when_the_engine_refuses)
@@ -254,19 +233,17 @@ TEST_F(RuleInstall, a_later_success_hides_refused_learning)
 
 TEST_F(RuleInstall, until_rules_are_set_by_mode_the_upstream_side_is_derived_by_tag_mode)
 {
-    for (const Normalisation &row : kNormalised) {
-        SCOPED_TRACE(::testing::PrintToString(row));
-        SetUp();
-        mc_debug = MC_DEBUG_TRACE;
-        const vlanCfgNode given = row.given();
+    for_each_traced(kNormalised, [](const Normalisation &row) {
+        mld_debug = 0;
+        vlanCfgNode given = row.given();
 
-        const auto seen = install(given);
+        const auto seen = install_in_place(given);
 
         EXPECT_EQ(seen.output, log_of({dbg("multicast_vlan tagmode = %d, is %s mode!\n", row.mode, row.mode_name),
                                        dbg("\n logicPort is 0")}));
         EXPECT_EQ(PortVlanCfg[0][0], row.kept());
         EXPECT_EQ(given, row.given()) << "the caller's rule is only read";
-    }
+    });
 }
 
 TEST_F(RuleInstall, mld_gets_the_rule_as_derived_for_igmp)
@@ -280,22 +257,7 @@ TEST_F(RuleInstall, mld_gets_the_rule_as_derived_for_igmp)
     }
 }
 
-TEST_F(RuleInstall, once_rules_are_set_by_mode_nothing_is_derived_but_the_zeroing_stays)
-{
-    for (const uint32_t version : {1u, 2u, 0x100u})
-        for (const Normalisation &row : kNotDerived) {
-            SCOPED_TRACE(::testing::PrintToString(row));
-            SetUp();
-            mc_debug = MC_DEBUG_TRACE;
-            flag_omci_version = version;
-            const auto seen = install(row.given());
-            EXPECT_EQ(seen.output, log_of({dbg("\n logicPort is 0")}));
-            EXPECT_EQ(PortVlanCfg[0][0], row.kept());
-            EXPECT_EQ(mldInitParams.mldSetVlanCfgNumber[0], 0);
-        }
-}
-
-TEST_F(RuleInstall, the_flag_of_the_position_is_kept) // intended: the flag is nobody's to write
+TEST_F(RuleInstall, the_flags_of_both_positions_are_kept_when_mld_follows)
 {
     PortVlanCfg[0][0].ruleFlag = 9;
     mldInitParams.mldPortVlanCfg[0][0].ruleFlag = 8;
@@ -315,14 +277,11 @@ TEST_F(RuleInstall, a_port_that_is_not_configured_is_refused_before_anything_is_
 
         const auto seen = install(plain_rule(static_cast<uint8_t>(port)));
 
-        EXPECT_EQ(seen.result, -1);
-        EXPECT_EQ(seen.trace,
-                  log_of({cfg("[onu_std_omci_set_multicast_vlan]: is in! port_index = "
-                              "%d,1, 101, 102, 5, 103, 104, 6, 105, 106.\r\n",
-                              port),
-                          called("vx_hal_nni_upmode_get()"), dbg("multicast_vlan tagmode = 1, is tag mode!\n"),
-                          err("\n port(%d) is invalid!", port)}));
-        EXPECT_THAT(seen.changed, IsEmpty());
+        expect_refused(seen, {cfg("[onu_std_omci_set_multicast_vlan]: is in! port_index = "
+                                  "%d,1, 101, 102, 5, 103, 104, 6, 105, 106.\r\n",
+                                  port),
+                              called("vx_hal_nni_upmode_get()"), dbg("multicast_vlan tagmode = 1, is tag mode!\n"),
+                              err("\n port(%d) is invalid!", port)});
     }
 }
 
@@ -333,30 +292,6 @@ TEST_F(RuleInstall, learning_stays_on_when_the_port_is_then_refused)
     const auto seen = install(plain_rule(7));
     EXPECT_EQ(seen.result, -1);
     EXPECT_THAT(seen.changed, ElementsAre("globle_parm.learningMode"));
-}
-
-TEST_F(RuleInstall, the_rule_goes_to_the_row_of_its_port_and_keeps_the_port_number)
-{
-    struct Row {
-        uint32_t first_port, second_port;
-        uint8_t given;
-        int logic_port;
-    };
-    // The second of two equal ports is never found; a port above 29 is found like any other.
-    for (const Row &row : {Row{0, 29, 0, 0}, Row{0, 29, 29, 1}, Row{5, 5, 5, 0}, Row{29, 0, 0, 1}, Row{0, 40, 40, 1}}) {
-        SCOPED_TRACE(+row.given);
-        SetUp();
-        traces_logged();
-        portState[0].portNo = row.first_port;
-        portState[1].portNo = row.second_port;
-        serve_igmp_alone();
-
-        const auto seen = install(plain_rule(row.given));
-
-        EXPECT_EQ(seen.output, log_of({dbg("\n logicPort is %d", row.logic_port)}));
-        EXPECT_THAT(live_rules(row.logic_port), ElementsAre(plain_rule(row.given)));
-        EXPECT_THAT(live_rules(1 - row.logic_port), IsEmpty());
-    }
 }
 
 TEST_F(RuleInstall, a_port_number_of_more_than_a_byte_is_not_cut_when_compared)
@@ -381,15 +316,6 @@ TEST_F(RuleInstall, a_seventeenth_rule_is_silently_not_stored)
     EXPECT_EQ(seen.trace, log_of({cfg("[onu_std_omci_set_multicast_vlan]: is in! port_index = "
                                       "29,1, 1, 2, 1, 3, 4, 1, 77, 5.\r\n"),
                                   called("vx_hal_nni_upmode_get()"), dbg("\n logicPort is 1")}));
-}
-
-TEST_F(RuleInstall, the_sixteenth_rule_still_has_a_place)
-{
-    put_rules(0, std::vector<vlanCfgNode>(15, plain_rule()));
-    EXPECT_EQ(install(plain_rule()).result, 0);
-    EXPECT_EQ(setVlanCfgNumber[0], 16);
-    EXPECT_EQ(PortVlanCfg[0][15], plain_rule());
-    EXPECT_THAT(PortVlanCfg[1][0], IsEmptyRule());
 }
 
 TEST_F(RuleInstall, a_full_table_leaves_the_result_to_mld)
@@ -453,14 +379,6 @@ TEST_F(RuleInstall, after_an_occupied_position_mld_follows)
     EXPECT_EQ(seen.result, 0);
     EXPECT_THAT(live_mld_rules(0), ElementsAre(plain_rule()));
     EXPECT_THAT(seen.calls, ElementsAre("vx_hal_nni_upmode_get()", "mld_pack_set_mc_vlan(1, 105)"));
-}
-
-TEST_F(RuleInstall, only_the_multicast_vlan_tells_whether_a_position_is_empty)
-{
-    serve_igmp_alone();
-    PortVlanCfg[0][0] = rule(7, 1, 1, 1, 1, 1, 1, 1, 0xFFFF, 1);
-    install(plain_rule());
-    EXPECT_THAT(live_rules(0), ElementsAre(plain_rule()));
 }
 
 TEST_F(RuleInstall, a_rule_without_multicast_vlan_is_stored_and_counted_like_any_other)

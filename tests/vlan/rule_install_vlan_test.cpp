@@ -1,8 +1,5 @@
 /** The IGMP rule install, second half: the template VLAN list, the static groups and the engine's answers. */
-#include "support/library_test.h"
-#include "support/matchers.h"
-#include "vlan/expected_log.h"
-#include "vlan/rule_cases.h"
+#include "vlan/rule_sides.h"
 
 namespace mcadapt::test {
 namespace {
@@ -13,24 +10,19 @@ using ::testing::EndsWith;
 using ::testing::IsEmpty;
 
 /** IGMP alone, as after a rule set by mode, with a GPON uplink: the calls are those of the rule's VLAN and groups. */
-class RuleInstallVlan : public LibraryTest {
+class RuleInstallVlan : public RuleTest<IgmpRules> {
 protected:
     void SetUp() override
     {
         LibraryTest::SetUp();
-        flag_omci_version = 1;
+        serve_igmp_alone();
     }
 
     static Observed<int32_t> install(const vlanCfgNode &given)
     {
-        auto seen = observe([&] { return std_omci_set_multicast_vlan_onu(&given); });
-        EXPECT_EQ(seen.calls.at(0), "vx_hal_nni_upmode_get()");
-        seen.calls.erase(seen.calls.begin());
-        return seen;
+        return without_uplink_question(RuleTest::install(given));
     }
 };
-
-constexpr char kListed[] = "\r\n[MC_DBG_ERR]: \n PortVlan storege is wrong!";
 
 // --- The template list
 
@@ -51,31 +43,6 @@ TEST_F(RuleInstallVlan, the_scan_for_the_vlan_logs_every_entry_and_does_not_stop
     EXPECT_THAT(template_vlans(), ElementsAre(105, 200, 105));
 }
 
-TEST_F(RuleInstallVlan, a_listed_vlan_is_told_only_while_rule_changes_are_traced)
-{
-    for (const int32_t value : {-1, 0, 2}) {
-        SCOPED_TRACE(value);
-        SetUp();
-        traces_logged();
-        igmp_adapt = value;
-        put_template_vlans({105});
-        EXPECT_EQ(install(plain_rule()).output, log_of({dbg("\n logicPort is 0"), dbg("***portVlan[j]= 105")}));
-    }
-}
-
-TEST_F(RuleInstallVlan, a_listed_vlan_is_told_under_the_trace_bit_alone)
-{
-    for (const uint32_t mask : {0x00u, 0x01u, 0x04u, 0x20u}) {
-        SCOPED_TRACE(mask);
-        SetUp();
-        log_mask(mask);
-        igmp_adapt = 1;
-        put_template_vlans({105});
-        const auto told = install(plain_rule()).output.find("\r\n[MC_DBG_DBG]: \n PortVlan is  already exist!");
-        EXPECT_EQ(told != std::string::npos, mask == 0x01);
-    }
-}
-
 TEST_F(RuleInstallVlan, rules_of_one_vlan_are_all_stored_but_the_vlan_is_listed_and_registered_once)
 {
     EXPECT_THAT(install(rule_of(101, 105)).calls, ElementsAre("igmp_vlan_add(105)"));
@@ -83,29 +50,9 @@ TEST_F(RuleInstallVlan, rules_of_one_vlan_are_all_stored_but_the_vlan_is_listed_
     EXPECT_THAT(install(rule_of(101, 106)).calls, ElementsAre("igmp_vlan_add(106)"));
     const auto other_port = install(plain_rule(29));
     EXPECT_THAT(other_port.calls, IsEmpty());
-    EXPECT_THAT(other_port.changed, ElementsAreArray(rule_fields("PortVlanCfg[1][0]") + Fields{"setVlanCfgNumber[1]"}));
+    EXPECT_THAT(other_port.changed, ElementsAreArray(IgmpRules::rule_and_count("1", "0")));
     EXPECT_THAT(live_rules(0), ElementsAre(rule_of(101, 105), rule_of(101, 105), rule_of(101, 106)));
     EXPECT_THAT(template_vlans(), ElementsAre(105, 106));
-}
-
-TEST_F(RuleInstallVlan, vlans_that_differ_above_bit_11_are_listed_apart_and_registered_alike)
-{
-    for (const uint16_t vlan : {uint16_t{0x0069}, uint16_t{0x1069}, uint16_t{0xF069}}) {
-        config_logged();
-        const auto seen = install(rule_of(101, vlan));
-        EXPECT_THAT(seen.calls, ElementsAre("igmp_vlan_add(105)"));
-        EXPECT_THAT(seen.output, EndsWith("\r\n[MC_DBG_CFG]: temp_var = 105\n"));
-    }
-    EXPECT_THAT(template_vlans(), ElementsAre(0x0069, 0x1069, 0xF069));
-    EXPECT_THAT(install(rule_of(101, 0x1069)).calls, IsEmpty());
-}
-
-TEST_F(RuleInstallVlan, entries_beyond_the_count_do_not_list_a_vlan)
-{
-    put_template_vlans({200, 105});
-    setVlanNumber = 1;
-    EXPECT_THAT(install(plain_rule()).calls, ElementsAre("igmp_vlan_add(105)"));
-    EXPECT_THAT(template_vlans(), ElementsAre(200, 105));
 }
 
 TEST_F(RuleInstallVlan, the_scan_reads_the_list_and_not_its_mirror)
@@ -115,22 +62,6 @@ TEST_F(RuleInstallVlan, the_scan_reads_the_list_and_not_its_mirror)
     globle_parm.TemplateVlan[0] = 200;
     EXPECT_THAT(install(plain_rule()).output, EndsWith("[MC_DBG_DBG]: ***portVlan[j]= 105"));
     EXPECT_THAT(install(rule_of(101, 200)).calls, ElementsAre("igmp_vlan_add(200)"));
-}
-
-TEST_F(RuleInstallVlan, vlan_0_is_listed_by_the_count_alone)
-{
-    const auto seen = install(rule_of(101, 0));
-    EXPECT_THAT(seen.calls, ElementsAre("igmp_vlan_add(0)"));
-    EXPECT_EQ(setVlanNumber, 1);
-}
-
-TEST_F(RuleInstallVlan, the_sixteenth_vlan_still_has_a_place)
-{
-    put_template_vlans({201, 202, 203, 204, 205, 206, 207, 208, 209, 210, 211, 212, 213, 214, 215});
-    EXPECT_EQ(install(plain_rule()).output, "");
-    EXPECT_EQ(setVlanNumber, 16);
-    EXPECT_EQ(PortVlan[15], 105);
-    EXPECT_EQ(globle_parm.TemplateVlan[15], 105);
 }
 
 TEST_F(RuleInstallVlan, a_seventeenth_vlan_ends_the_install_with_0_but_the_rule_is_stored)
@@ -152,19 +83,9 @@ TEST_F(RuleInstallVlan, a_seventeenth_vlan_ends_the_install_with_0_but_the_rule_
                       log_of({called("igmp_if_static_group_source_add(0, 9, 1, 0, 1)"),
                               err("\n ERROR!igmp_if_static_group_source_add Fail"),
                               ungated("setVlanNumber = 16 then > 16  quit!")}));
-            EXPECT_THAT(seen.changed,
-                        ElementsAreArray(rule_fields("PortVlanCfg[0][0]") + Fields{"setVlanCfgNumber[0]"}))
+            EXPECT_THAT(seen.changed, ElementsAreArray(IgmpRules::rule_and_count("0", "0")))
                 << "neither listed nor given to MLD";
         }
-}
-
-TEST_F(RuleInstallVlan, a_listed_vlan_needs_no_place_in_a_full_list)
-{
-    errors_logged();
-    put_template_vlans(sixteen_vlans());
-    const auto seen = install(rule_of(101, 216));
-    EXPECT_EQ(seen.output, kListed);
-    EXPECT_EQ(setVlanCfgNumber[0], 1);
 }
 
 TEST_F(RuleInstallVlan, a_list_count_outside_the_list_is_a_full_list)

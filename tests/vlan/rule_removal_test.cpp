@@ -1,8 +1,5 @@
 /** The IGMP rule removal: which rules go, how the scan resumes, which groups are withdrawn, when a VLAN is released. */
-#include "support/library_test.h"
-#include "support/matchers.h"
-#include "vlan/expected_log.h"
-#include "vlan/rule_cases.h"
+#include "vlan/rule_sides.h"
 
 namespace mcadapt::test {
 namespace {
@@ -13,16 +10,8 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
-class RuleRemoval : public LibraryTest {
+class RuleRemoval : public RuleTest<IgmpRules> {
 protected:
-    static Observed<int32_t> remove(const vlanCfgNode &given)
-    {
-        return observe([&] { return std_omci_delete_multicast_vlan_onu(&given); });
-    }
-
-    /** As after a rule set by mode: nothing is derived, and the removal leaves MLD alone. */
-    static void serve_igmp_alone() { flag_omci_version = 1; }
-
     static std::vector<vlanCfgNode> rules_of(const std::vector<uint16_t> &upstream)
     {
         std::vector<vlanCfgNode> rules;
@@ -96,22 +85,14 @@ protected:
 
 TEST_F(RuleRemovalWholePass, every_step_comes_in_its_order_and_each_line_under_its_own_bit)
 {
-    for (const auto &[igmp_mask, mld_mask] : all_log_masks()) {
-        SCOPED_TRACE("mc_debug " + std::to_string(igmp_mask) + ", mld_debug " + std::to_string(mld_mask));
-        SetUp();
-        mc_debug = igmp_mask;
-        mld_debug = mld_mask;
-
-        const auto seen = remove(given);
-
-        EXPECT_EQ(seen.trace, log_of(whole_pass()));
-        EXPECT_EQ(seen.result, 0); // intended: no refusal shows
-    }
+    // intended: no refusal shows
+    expect_under_all_masks([&] { return remove(given); }, whole_pass(), 0);
 }
 
 TEST_F(RuleRemovalWholePass, rules_and_vlans_close_up_and_nothing_else_changes)
 {
-    const auto seen = remove(given);
+    vlanCfgNode record = given;
+    const auto seen = remove_in_place(record);
 
     EXPECT_THAT(live_rules(1), ElementsAre(rule_of(50, 300, 29), rule_of(60, 400, 29)));
     EXPECT_THAT(PortVlanCfg[1][2], IsEmptyRule());
@@ -128,7 +109,7 @@ TEST_F(RuleRemovalWholePass, rules_and_vlans_close_up_and_nothing_else_changes)
                                  rule_fields("PortVlanCfg[1][2]") +
                                  Fields{"setVlanCfgNumber[1]", "PortVlan[1]", "PortVlan[2]", "setVlanNumber"}))
         << "the static groups stay listed";
-    EXPECT_EQ(given, rule(29, 2, 0xFFFF, 102, 5, 103, 104, 6, 105, 106)) << "the caller's rule is only read";
+    EXPECT_EQ(record, rule(29, 2, 0xFFFF, 102, 5, 103, 104, 6, 105, 106)) << "the caller's rule is only read";
 }
 
 TEST_F(RuleRemovalWholePass, step_one_is_told_whatever_the_masks_hold_but_only_with_igmp_adapt_1)
@@ -145,10 +126,8 @@ TEST_F(RuleRemovalWholePass, step_one_is_told_whatever_the_masks_hold_but_only_w
 
 TEST_F(RuleRemoval, until_rules_are_set_by_mode_the_upstream_side_is_derived_by_tag_mode)
 {
-    for (const Normalisation &row : kNormalised) {
-        SCOPED_TRACE(::testing::PrintToString(row));
-        SetUp();
-        mc_debug = MC_DEBUG_TRACE;
+    for_each_traced(kNormalised, [](const Normalisation &row) {
+        mld_debug = 0;
         mldInitParams.mldOmciVersion = 1; // or MLD derives by itself
         put_rules(0, {rule_of(row.kept_in_up, 105)});
         put_mld_rules(0, {rule_of(row.kept_in_up, 105)});
@@ -160,25 +139,7 @@ TEST_F(RuleRemoval, until_rules_are_set_by_mode_the_upstream_side_is_derived_by_
                                        dbg("\n logicPort is 0"), dbg("sortPortVlanCfg usport = 0\r\n")})));
         EXPECT_THAT(live_rules(0), IsEmpty());
         EXPECT_THAT(live_mld_rules(0), IsEmpty()) << "MLD gets the rule as derived";
-    }
-}
-
-TEST_F(RuleRemoval, once_rules_are_set_by_mode_nothing_is_derived_but_the_zeroing_stays)
-{
-    for (const Normalisation &row : kNotDerived) {
-        SCOPED_TRACE(::testing::PrintToString(row));
-        SetUp();
-        mc_debug = MC_DEBUG_TRACE;
-        serve_igmp_alone();
-        put_rules(0, {rule_of(row.kept_in_up, 105)});
-        put_mld_rules(0, {rule_of(row.kept_in_up, 105)});
-
-        const auto seen = remove(row.given());
-
-        EXPECT_THAT(seen.output, StartsWith(log_of({dbg("\n logicPort is 0"), dbg("sortPortVlanCfg")})));
-        EXPECT_THAT(live_rules(0), IsEmpty());
-        EXPECT_EQ(live_mld_rules(0).size(), 1u) << "left alone";
-    }
+    });
 }
 
 TEST_F(RuleRemoval, an_epon_uplink_is_no_concern_of_a_removal)
@@ -203,13 +164,10 @@ TEST_F(RuleRemoval, a_port_that_is_not_configured_is_refused_and_mld_left_alone)
 
         const auto seen = remove(plain_rule(number));
 
-        EXPECT_EQ(seen.result, -1);
-        EXPECT_EQ(seen.trace,
-                  log_of({cfg("[onu_std_omci_delete_multicast_vlan] is in! port_index = "
-                              "%d,1, 101, 102, 5, 103, 104, 6, 105, 106.\r\n",
-                              port),
-                          dbg("multicast_vlan tagmode = 1, is tag mode!\n"), err("\n port(%d) is invalid!", port)}));
-        EXPECT_THAT(seen.changed, IsEmpty());
+        expect_refused(seen, {cfg("[onu_std_omci_delete_multicast_vlan] is in! port_index = "
+                                  "%d,1, 101, 102, 5, 103, 104, 6, 105, 106.\r\n",
+                                  port),
+                              dbg("multicast_vlan tagmode = 1, is tag mode!\n"), err("\n port(%d) is invalid!", port)});
     }
 }
 
@@ -219,14 +177,10 @@ TEST_F(RuleRemoval, a_port_without_rules_is_refused_by_a_trace_line_and_mld_left
     PortVlanCfg[0][0] = plain_rule(); // not counted
     put_mld_rules(0, {plain_rule()});
 
-    const auto seen = remove(plain_rule());
-
-    EXPECT_EQ(seen.result, -1);
-    EXPECT_EQ(seen.trace, log_of({cfg("[onu_std_omci_delete_multicast_vlan] is in! port_index = "
-                                      "0,1, 101, 102, 5, 103, 104, 6, 105, 106.\r\n"),
-                                  dbg("multicast_vlan tagmode = 1, is tag mode!\n"), dbg("\n logicPort is 0"),
-                                  dbg("\n vlan is not been disposed,use default vlan!")}));
-    EXPECT_THAT(seen.changed, IsEmpty());
+    expect_refused(remove(plain_rule()), {cfg("[onu_std_omci_delete_multicast_vlan] is in! port_index = "
+                                              "0,1, 101, 102, 5, 103, 104, 6, 105, 106.\r\n"),
+                                          dbg("multicast_vlan tagmode = 1, is tag mode!\n"), dbg("\n logicPort is 0"),
+                                          dbg("\n vlan is not been disposed,use default vlan!")});
 }
 
 TEST_F(RuleRemoval, with_no_rule_that_matches_it_ends_with_0_and_mld_follows)
@@ -465,7 +419,7 @@ TEST_F(RuleRemoval, the_groups_of_the_records_vlan_are_withdrawn_and_stay_listed
                                   err("\n ERROR!igmp_if_static_group_source_add Fail"),
                                   called("igmp_if_static_group_source_del(1, 105, 4294967295, 0, 1)"),
                                   called("igmp_vlan_del(105)"), err("\n delete PortVlanCfg is not find!\n")}));
-    EXPECT_THAT(seen.changed, ElementsAreArray(rule_fields("PortVlanCfg[1][0]") + Fields{"setVlanCfgNumber[1]"}));
+    EXPECT_THAT(seen.changed, ElementsAreArray(IgmpRules::rule_and_count("1", "0")));
 }
 
 TEST_F(RuleRemoval, withdrawing_is_judged_by_the_low_byte)
