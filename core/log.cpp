@@ -20,6 +20,9 @@ template <class F, uint32_t log_class> static constexpr const char *prefix()
     }
 }
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // each format is checked where it stands
+
 // One call for the whole message: standard output's own lock keeps it together, and is let go of even by a thread that
 // is cancelled while it prints.
 [[gnu::format(printf, 2, 0)]] static void print(const char *prefix, const char *format, va_list arguments)
@@ -28,6 +31,8 @@ template <class F, uint32_t log_class> static constexpr const char *prefix()
     stpcpy(stpcpy(whole, prefix), format);
     vfprintf(stdout, whole, arguments);
 }
+
+#pragma GCC diagnostic pop
 
 template <class F, uint32_t log_class> void print_message(const char *format, ...)
 {
