@@ -23,7 +23,7 @@ NOT_TEXTS = {
 }  # fmt: skip
 
 STRING = r'"(?:[^"\\\n]|\\.)*"'
-SKIPPED = rf"({STRING})|//[^\n]*|/\*.*?\*/|'(?:[^'\\\n]|\\.)'|^[ \t]*#[ \t]*include[^\n]*|\\\n"
+SKIPPED = rf"({STRING})|//[^\n]*|/\*.*?\*/|'(?:[^'\\\n]|\\.)'|^[ \t]*#[ \t]*(?:include|pragma)[^\n]*|\\\n"
 LITERAL = rf"(?:\b(?P<call>printf|puts|LOG_(?P<class>TRACE|ERROR|CONFIG))\s*\(\s*(?:(?P<family>\w+)\s*,\s*)?)?(?P<text>{STRING}(?:\s*{STRING})*)"
 
 
