@@ -125,11 +125,10 @@ int64_t parse_number(std::string_view word, int64_t lowest, int64_t highest, std
     const auto [end, error] =
         std::from_chars(digits.data(), digits.data() + digits.size(), value, hexadecimal ? 16 : 10);
     const bool whole = error == std::errc() && end == digits.data() + digits.size() && digits[0] != '-';
-    if (negative)
-        value = -value;
-    if (!whole || value < lowest || value > highest)
+    const int64_t number = whole && negative ? -value : value;
+    if (!whole || number < lowest || number > highest)
         throw WordError(fmt::format("'{}': expected {}", word, what));
-    return value;
+    return number;
 }
 
 void parse_mac(std::string_view word, uint8_t (&mac)[6])

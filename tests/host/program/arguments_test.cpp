@@ -58,6 +58,7 @@ TEST(Arguments, that_are_wrong_are_named_with_what_was_expected)
         {{"1", "0x"}, "'0x': expected a number from 0 to 65535 for 'vlan'"},
         {{"1", "-"}, "'-': expected a number from 0 to 65535 for 'vlan'"},
         {{"1", "--2"}, "'--2': expected a number from 0 to 65535 for 'vlan'"},
+        {{"1", "--9223372036854775808"}, "'--9223372036854775808': expected a number from 0 to 65535 for 'vlan'"},
         {{"1", "2x"}, "'2x': expected a number from 0 to 65535 for 'vlan'"},
         {{"1", "99999999999999999999"}, "'99999999999999999999': expected a number from 0 to 65535 for 'vlan'"},
         {{"1", "vlan="}, "'': expected a number from 0 to 65535 for 'vlan'"},
