@@ -81,6 +81,7 @@ void send_matches(const DownstreamMatches &matches, uint8_t *frame, uint32_t len
 {
     WorkBuffer work;
     // A frame may be sent longer than it is without its tag: with its own last bytes, as they were before any match.
+    // intended: a tag inserted for an earlier match has moved them, for the buffer is the same
     if (matches.strips && stripped_length == length)
         work.copy(frame, length);
 
