@@ -21,13 +21,6 @@ protected:
         return calls_of(intake, frame, 0, static_cast<uint32_t>(frame.size()));
     }
 
-    static void set_modes_without_handlers()
-    {
-        proxy_adapt_mode = 2;
-        mldInitParams.multiMode = 1;
-        std::copy_n(platform().unit_mac.begin(), 6, sys_mac);
-    }
-
     const ByteVector igmp = igmp_report("225.1.2.3");
     const ByteVector mld = mld_report("ff1e::1");
     const std::string igmp_call = "igmp_pkt_recv(46c0002000004000, 32, 0, 4088, 0)";
@@ -37,7 +30,7 @@ protected:
 TEST_F(FirstFrameDeathTest, the_igmp_intake_reads_the_clock_once)
 {
     in_fresh_process([this] {
-        set_modes_without_handlers();
+        give_frames_to_the_engine_alone();
         EXPECT_THAT(calls_of(igmpL2PktProc, igmp), ElementsAre("igmp_time_now()", igmp_call));
         EXPECT_THAT(calls_of(igmpL2PktProc, igmp), ElementsAre(igmp_call));
         EXPECT_THAT(calls_of(igmpL2PktProc, igmp), ElementsAre(igmp_call));
@@ -47,7 +40,7 @@ TEST_F(FirstFrameDeathTest, the_igmp_intake_reads_the_clock_once)
 TEST_F(FirstFrameDeathTest, the_mld_intake_reads_the_same_clock_once)
 {
     in_fresh_process([this] {
-        set_modes_without_handlers();
+        give_frames_to_the_engine_alone();
         EXPECT_THAT(calls_of(mldL2PktProc, mld), ElementsAre("igmp_time_now()", mld_call));
         EXPECT_THAT(calls_of(mldL2PktProc, mld), ElementsAre(mld_call));
     });
@@ -56,7 +49,7 @@ TEST_F(FirstFrameDeathTest, the_mld_intake_reads_the_same_clock_once)
 TEST_F(FirstFrameDeathTest, each_intake_counts_its_own_frames)
 {
     in_fresh_process([this] {
-        set_modes_without_handlers();
+        give_frames_to_the_engine_alone();
         EXPECT_THAT(calls_of(igmpL2PktProc, igmp), ElementsAre("igmp_time_now()", igmp_call));
         EXPECT_THAT(calls_of(mldL2PktProc, mld), ElementsAre("igmp_time_now()", mld_call));
         EXPECT_THAT(calls_of(igmpL2PktProc, igmp), ElementsAre(igmp_call));
@@ -67,7 +60,7 @@ TEST_F(FirstFrameDeathTest, each_intake_counts_its_own_frames)
 TEST_F(FirstFrameDeathTest, a_frame_refused_for_its_port_or_length_is_not_counted)
 {
     in_fresh_process([this] {
-        set_modes_without_handlers();
+        give_frames_to_the_engine_alone();
         for (const Intake intake : {igmpL2PktProc, mldL2PktProc}) {
             const ByteVector &frame = intake == igmpL2PktProc ? igmp : mld;
             EXPECT_THAT(calls_of(intake, frame, 30, 64), IsEmpty());

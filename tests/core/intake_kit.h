@@ -69,6 +69,14 @@ inline const FrameLayout kLayouts[] = {
 inline std::string layout_name(const ::testing::TestParamInfo<FrameLayout> &info) { return info.param.name; }
 inline void PrintTo(const FrameLayout &layout, std::ostream *out) { *out << layout.name; }
 
+/** Frames go to the engine alone, and the unit knows its address. */
+inline void give_frames_to_the_engine_alone()
+{
+    std::copy_n(platform().unit_mac.begin(), 6, sys_mac);
+    proxy_adapt_mode = 2;
+    mldInitParams.multiMode = 1;
+}
+
 /** A line of a log and the mask bit that lets it through; 0 for what is always there. */
 struct LogLine {
     uint32_t gate;

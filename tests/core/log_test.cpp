@@ -119,22 +119,17 @@ TEST_F(Logging, serves_as_the_only_statement_of_a_branch)
     EXPECT_EQ(observe([&] { choose(false); }).output, "\r\n[MC_DBG_ERR]: second");
 }
 
+// A macro, for a message takes its format as a literal.
+#define LONGEST_TEXT                                                                                                   \
+    "an entry of the table 012345678901234567890123456789012345678901234567890123456789012345678901234567890123456789" \
+    "01234567890123456789012345678901234567890123456789012345678901234567890 "
+
 TEST_F(Logging, prints_the_longest_message_whole)
 {
+    static_assert(sizeof(LONGEST_TEXT "%d") <= kLongestFormat && sizeof(LONGEST_TEXT "%d") + 8 > kLongestFormat);
     errors_logged();
-    constexpr char kLongest[] = "an entry of the table 012345678901234567890123456789012345678901234567890123456789"
-                                "012345678901234567890123456789012345678901234567890123456789012345678901234567"
-                                "89012345678901234567890 %d";
-    static_assert(sizeof(kLongest) <= kLongestFormat && sizeof(kLongest) + 8 > kLongestFormat);
-    const std::string text(kLongest, sizeof(kLongest) - sizeof("%d"));
-    EXPECT_EQ(observe([] {
-                  LOG_ERROR(Mld,
-                            "an entry of the table 012345678901234567890123456789012345678901234567890123456789"
-                            "012345678901234567890123456789012345678901234567890123456789012345678901234567"
-                            "89012345678901234567890 %d",
-                            INT_MIN);
-              }).output,
-              "\r\n[MC_MLD_DBG_ERR]: " + text + "-2147483648");
+    EXPECT_EQ(observe([] { LOG_ERROR(Mld, LONGEST_TEXT "%d", INT_MIN); }).output,
+              "\r\n[MC_MLD_DBG_ERR]: " LONGEST_TEXT "-2147483648");
 }
 
 /** Prints into a full pipe until it is cancelled. */

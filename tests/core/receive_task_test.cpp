@@ -48,9 +48,7 @@ protected:
     void SetUp() override
     {
         IntakeTest::SetUp();
-        std::copy_n(platform().unit_mac.begin(), 6, sys_mac);
-        proxy_adapt_mode = 2;
-        mldInitParams.multiMode = 1;
+        give_frames_to_the_engine_alone();
     }
 
     static Observed<bool> run()
